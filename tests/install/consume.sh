@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# usage: consume.sh <build dir> <consumer source dir>
+set -euo pipefail
+build=$1
+src=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+
+fail() { echo "install_consume: $*" >&2; exit 1; }
+
+cmake --install "$build" --prefix "$prefix" >/dev/null
+libdir=$prefix/lib
+[ -d "$libdir/pkgconfig" ] || libdir=$(dirname "$(find "$prefix" -name zpporttw.pc)")/..
+
+# The shared object, its SONAME and the development link.
+[ -L "$libdir/libZpPortTW.so" ] || fail "no libZpPortTW.so development link"
+soname=$(readelf -d "$libdir/libZpPortTW.so.2" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
+[ "$soname" = "libZpPortTW.so.2" ] || fail "SONAME is '$soname'"
+
+# Exports: plain C names, C++ signatures where typed, nothing internal.
+symbols=$(nm -D --defined-only "$libdir/libZpPortTW.so.2" | awk '{print $3}')
+for sym in OS_ThreadCreate OS_SemWait OS_NetGetAdaptersInfo OS_NetPing OS_EnterCriticalSection; do
+  grep -qx "$sym" <<<"$symbols" || fail "$sym is not exported unmangled"
+done
+for sym in OS_GetLocalTime OS_GetTickCount CheckDiskSpace strcmpi hex2i StringToMACAddress; do
+  grep -q "^_Z.*${sym}" <<<"$symbols" || fail "$sym is not exported with its C++ signature"
+done
+grep -q '^_ZN7CXTrace' <<<"$symbols" || fail "CXTrace is not exported"
+if grep -q 'os_Thread' <<<"$symbols"; then fail "internal os_Thread* routines are exported"; fi
+
+run() { LD_LIBRARY_PATH=$libdir "$@"; }
+
+# 1. pkg-config, C and C++.
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+cc -std=c11 -Wall -Werror "$src/consumer.c" $(pkg-config --cflags --libs zpporttw) -o "$work/consumer_c"
+c++ -std=c++17 -Wall -Werror "$src/consumer.cpp" $(pkg-config --cflags --libs zpporttw) -o "$work/consumer_pc"
+run "$work/consumer_c"
+run "$work/consumer_pc"
+
+# 2. find_package.
+cmake -S "$src" -B "$work/cm" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
+cmake --build "$work/cm" >/dev/null
+run "$work/cm/consumer"
+echo "install_consume: ok"

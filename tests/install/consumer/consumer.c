@@ -1,0 +1,20 @@
+/* A C host: the OS layer header compiles as C and its functions link. */
+#include <stdio.h>
+#include <zpport/OSLayer.h>
+
+static void* Work(void* arg) {
+    *(int*)arg = 42;
+    return NULL;
+}
+
+int main(void) {
+    int value = 0;
+    OS_THREAD t = OS_ThreadCreate(Work, &value, 0);
+    if (t == NULL || OS_ThreadWait(t, OS_INFINITE) != 0 || OS_ThreadDestroy(t) != 0 || value != 42) {
+        fprintf(stderr, "consumer.c: worker failed\n");
+        return 1;
+    }
+    if (OS_SemWait(NULL, 0) != 0) return 1;
+    printf("consumer.c: ok\n");
+    return 0;
+}
