@@ -15,4 +15,7 @@ bool RunIp(const std::string& args);
 bool AddVethPair(const std::string& name, const std::string& peer, const std::string& mac, int mtu,
                  const std::string& ipv4Cidr);
 
+// Deletes a link; deleting one end of a veth pair removes both ends.
+bool DeleteLink(const std::string& name);
+
 }  // namespace zptest
