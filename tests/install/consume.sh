@@ -27,6 +27,10 @@ for sym in OS_GetLocalTime OS_GetTickCount CheckDiskSpace strcmpi hex2i StringTo
   grep -q "^_Z.*${sym}" <<<"$symbols" || fail "$sym is not exported with its C++ signature"
 done
 grep -q '^_ZN7CXTrace' <<<"$symbols" || fail "CXTrace is not exported"
+grep -q '^_ZN9CPcbaInfo' <<<"$symbols" || fail "CPcbaInfo is not exported"
+for sym in ChangeBorderEndianess SetDefaultBorder ExtractIRIGTime; do
+  grep -q "^_Z.*${sym}" <<<"$symbols" || fail "$sym is not exported with its C++ signature"
+done
 if grep -q 'os_Thread' <<<"$symbols"; then fail "internal os_Thread* routines are exported"; fi
 
 run() { LD_LIBRARY_PATH=$libdir "$@"; }

@@ -1,6 +1,8 @@
 /* A C host: the OS layer header compiles as C and its functions link. */
 #include <stdio.h>
+#include <zpport/BorderData.h>
 #include <zpport/OSLayer.h>
+#include <zpport/ZpParam.h>
 
 static void* Work(void* arg) {
     *(int*)arg = 42;
@@ -15,6 +17,7 @@ int main(void) {
         return 1;
     }
     if (OS_SemWait(NULL, 0) != 0) return 1;
+    if (sizeof(BORDER_DATA) != 1024 || ZPP_NONE != 131) return 1;
     printf("consumer.c: ok\n");
     return 0;
 }

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include <zpport/AddressText.h>
+#include <zpport/BorderData.h>
+#include <zpport/PcbaInfo.h>
 #include <zpport/OSLayer.h>
 #include <zpport/XTrace.h>
 
@@ -14,6 +16,13 @@ int main() {
     CXTrace trace;
     trace.GetTWCommandDescr(0x40, text);
     if (std::strcmp(text, "Get Camera State") != 0) return 1;
+
+    BORDER_DATA border;
+    SetDefaultBorder(&border, 0);
+    if (std::memcmp(&border.EndMarker, "EoBD", 4) != 0) return 1;
+
+    CPcbaInfo boards;
+    if (boards.SetComment("host") == 0) return 1;
 
     _OS_SYSTEMTIME now{};
     OS_GetLocalTime(&now);
