@@ -16,6 +16,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "os/deadline.h"
 #include "zpport/OSLayer.h"
 
 namespace {
@@ -68,20 +69,6 @@ void CleanUp(const PingChild& child) {
     kill(child.pid, SIGINT);
     while (waitpid(child.pid, nullptr, 0) < 0 && errno == EINTR) {
     }
-}
-
-bool FormDeadline(uint64_t timeoutMs, timespec& deadline) {
-    if (clock_gettime(CLOCK_REALTIME, &deadline) != 0) {
-        perror("OS_NetPing: clock_gettime");
-        return false;
-    }
-    deadline.tv_sec += static_cast<time_t>(timeoutMs / 1000);
-    deadline.tv_nsec += static_cast<long>(timeoutMs % 1000) * 1000000L;
-    if (deadline.tv_nsec >= kNanosPerSecond) {
-        deadline.tv_sec += 1;
-        deadline.tv_nsec -= kNanosPerSecond;
-    }
-    return true;
 }
 
 // Waits until the pipe is readable: 0 readable, 1 failure, 3 nothing before the deadline.
@@ -164,7 +151,8 @@ int OS_NetPing(const char* host, _OS_PING_RESULT* result, uint32_t ttl, uint64_t
     const PingChild child{pid, pipeEnds[0]};
     timespec deadline{};
     const bool limited = timeoutMs != OS_INFINITE;
-    if (limited && !FormDeadline(timeoutMs, deadline)) {
+    if (limited && !zpos::DeadlineFromNow(timeoutMs, deadline)) {
+        perror("OS_NetPing: clock_gettime");
         CleanUp(child);
         return OS_ERR_SYSTEM;
     }

@@ -279,8 +279,11 @@ OS_THREAD OS_ThreadCreate(OS_THREAD_ROUTINE start, void* arg, unsigned int start
     record->waiters = 0;
     record->routine = start;
     record->argument = arg;
-    // A record whose thread could not start is abandoned, not torn down (long-standing behaviour).
-    if (!zp::os::StartDetached(record)) return nullptr;
+    if (!zp::os::StartDetached(record)) {
+        // Nobody can hold the record yet, so it is released here rather than left behind.
+        zp::os::FreeRecord(record);
+        return nullptr;
+    }
     return record;
 }
 

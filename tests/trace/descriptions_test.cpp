@@ -348,9 +348,9 @@ std::vector<std::uint8_t> Frame(std::uint8_t command, int length) {
 
 std::string PayloadHex(int count) {
     std::string hex;
-    char pair[3];
+    char pair[8];
     for (int i = 0; i < count; ++i) {
-        std::snprintf(pair, sizeof(pair), "%02X", 0x10 + i);
+        std::snprintf(pair, sizeof(pair), "%02X", static_cast<unsigned char>(0x10 + i));
         hex += pair;
     }
     return hex;
