@@ -3,6 +3,7 @@
 #include <zpport/BorderData.h>
 #include <zpport/OSLayer.h>
 #include <zpport/ZpParam.h>
+#include <zpport/ZpPortTW.h>
 
 static void* Work(void* arg) {
     *(int*)arg = 42;
@@ -18,6 +19,7 @@ int main(void) {
     }
     if (OS_SemWait(NULL, 0) != 0) return 1;
     if (sizeof(BORDER_DATA) != 1024 || ZPP_NONE != 131) return 1;
+    if (sizeof(_ZP_ENUMITEMEX) != 1004) return 1;
     printf("consumer.c: ok\n");
     return 0;
 }

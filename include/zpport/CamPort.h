@@ -1,0 +1,155 @@
+// CCamPort: the base of every camera port. It fixes the camera interface as an ordered
+// table of virtual operations, gives each a default and keeps the state that the
+// binary-protocol operations share. Concrete ports override what their transport supports.
+#ifndef ZPPORT_CAMPORT_H
+#define ZPPORT_CAMPORT_H
+
+#include <map>
+#include <utility>
+
+#include "OSLayer.h"
+#include "XTrace.h"
+#include "ZpExport.h"
+#include "ZpPortTW.h"
+
+class ZP_EXPORT CCamPort {
+public:
+    CCamPort();
+    // The destructor comes first among the virtual functions: its two table entries precede
+    // the operations, whose order below is part of the ABI and must never change.
+    virtual ~CCamPort();
+
+    CCamPort(const CCamPort&) = delete;
+    CCamPort& operator=(const CCamPort&) = delete;
+
+    // Outer lock, taken by the host around a group of calls; 0 at once while it does not exist.
+    unsigned int Lock(unsigned int timeout);
+    void Unlock();
+    void EnableTrace(unsigned int id, const char* name, unsigned int mode);
+
+    // Operations, in table order. Results: non-zero success, 0 failure (unsupported).
+    virtual unsigned int WiFiEnumAccessPoints(_ZP_ENUMITEMEX* item, _RSP_WIFISCAN_DATA* data);
+    virtual unsigned int WiFiSendCommand(_ZP_ENUMITEMEX* item, unsigned int command, void* data);
+    virtual unsigned int SetIpAddress(_ZP_ENUMITEMEX* item, unsigned int address, unsigned int second);
+    virtual unsigned int GetIpAddress(_ZP_ENUMITEMEX* item, unsigned int* address, unsigned int* second);
+    virtual unsigned int SetDefaultGw(_ZP_ENUMITEMEX* item, unsigned int gateway);
+    virtual unsigned int SetCmdPort(_ZP_ENUMITEMEX* item, unsigned int port);
+    virtual unsigned int ReadRegister(unsigned char reg, unsigned char* value);
+    virtual unsigned int WriteRegister(unsigned char reg, unsigned char value);
+    virtual unsigned int WriteRegisterBlock(unsigned char reg, unsigned char* data, int count, int step);
+    virtual unsigned int ReadRegisterBlock(unsigned char reg, unsigned char* data, int count, int step);
+    virtual unsigned int GetBufferTrashSize(unsigned short* size);
+    virtual unsigned int ReadData(void* buffer, unsigned int size);
+    virtual void BackupSizeY();
+    virtual void RestoreSizeY();
+    virtual unsigned int GetPortParameter(ZP_PARAM parameter, unsigned int* value);
+    virtual unsigned int GetPortBrocParameter(ZP_PARAM parameter, unsigned int* value);
+    virtual unsigned int EraseMemory();
+    virtual unsigned int ReadADCMemory(void* buffer, unsigned int size);
+    virtual unsigned int WriteADCMemory(void* buffer, unsigned int size);
+    virtual unsigned int PrepareForRead(int value);
+    virtual unsigned int PrepareForRead();
+    virtual unsigned int StopReading(int a, int b);
+    virtual unsigned int WriteQR52Register(unsigned short value);
+    virtual unsigned int GetStatus1(unsigned char* status);
+    virtual unsigned int GetStatus2(unsigned int* status);
+    virtual unsigned int WriteData1(void* data, unsigned int size);
+    virtual unsigned int WriteData2(void* data, unsigned int size);
+    virtual unsigned int SetFrameSize(unsigned int width, unsigned int height);
+    virtual unsigned int ReadFlashMemoryBlocks(unsigned int first, unsigned int count, void* buffer) = 0;
+    virtual unsigned int SetAnnouncementCallback(ZP_ANNOUNCEMENT_CALLBACK callback, void* context);
+    virtual unsigned int ReadCameraInfo(unsigned int item, unsigned int* value1, unsigned int* value2);
+    virtual unsigned int WriteCameraInfo(unsigned int item, unsigned int value1, unsigned int value2);
+    virtual unsigned int WriteCameraName(char const* name);
+    virtual unsigned int ReadCameraName(char* name);
+    virtual unsigned int Attach();
+    virtual unsigned int Detach();
+    virtual unsigned int GetParameter(int parameter, int& value);
+    virtual unsigned int GetBrocParameter(int block, unsigned int* buffer);
+    virtual unsigned int SetParameter(int parameter, int value);
+    virtual unsigned int PreReadImage(unsigned int a, unsigned int b, unsigned int c);
+    virtual unsigned int ReadImage(unsigned int a, unsigned int b, unsigned int c, unsigned char* buffer,
+                                   unsigned int size, int d, unsigned int e, unsigned int* f);
+    virtual unsigned int ReadToVideo(unsigned int a, unsigned int b, unsigned int c);
+    virtual unsigned int StartGrab(unsigned int a, unsigned int b, unsigned int c, unsigned int d,
+                                   unsigned int e);
+    virtual unsigned int StopGrab(unsigned int* value);
+    virtual unsigned int GetTriggerPos(unsigned int* first, unsigned int* second);
+    virtual unsigned int GetCameraStatus(unsigned int& status);
+    virtual unsigned int Trigger();
+    virtual unsigned int Reset();
+    virtual unsigned int WriteLongRegister(unsigned int reg, unsigned int value);
+    virtual unsigned int ReadLongRegister(unsigned int reg, unsigned int* value);
+    virtual unsigned int OpenGrab(unsigned int a, int b, int c);
+    virtual unsigned int CloseGrab(int a);
+    virtual unsigned int WriteDACs(unsigned int* values, unsigned int count);
+    virtual unsigned int ReadWriteEEPROM(unsigned int write, void* buffer, unsigned int size);
+    virtual unsigned int ReadWriteSensorRegs(unsigned int write, void* buffer, unsigned int size);
+    virtual unsigned int ReadWriteCameraComment(unsigned int write, void* comment);
+    virtual unsigned int FlashOperation(unsigned int operation, void* data);
+    virtual unsigned int FlushSensor();
+    virtual unsigned int SetConnectionFlag(unsigned int flag);
+    virtual unsigned int GetAddressList(unsigned int a, unsigned int b, unsigned int* list);
+    virtual unsigned int GetTotRecFrames(unsigned int* frames);
+    virtual unsigned int ConfigureWriteToDisk(unsigned int mode, char const* path, char const* name,
+                                              unsigned int flags);
+    virtual unsigned int ReadBkgAndPSCBuffers(void* a, void* b, void* c, unsigned int size1, void* d,
+                                              void* e, void* f, unsigned int size2);
+    virtual unsigned int WriteClockSpeed(unsigned int a, unsigned int b, unsigned int* c);
+    virtual unsigned int ReadWriteLookupTable(unsigned int write, void* buffer, unsigned int count);
+    virtual unsigned int Debug(unsigned int code, unsigned int value, void* data);
+    virtual unsigned int ReadFwInfo(void* buffer, unsigned int size);
+    virtual unsigned int WriteCurrCalib(unsigned int a, unsigned int b, unsigned int c, unsigned int d,
+                                        void* data);
+    virtual unsigned int ReadMemory(ZP_MEM_TYPE type, unsigned int addressLow, unsigned int addressHigh,
+                                    void* buffer, unsigned int length);
+    virtual unsigned int WriteMemory(ZP_MEM_TYPE type, unsigned int addressLow, unsigned int addressHigh,
+                                     void* buffer, unsigned int length);
+    virtual unsigned int SetRegisterConstraints(_ZP_REGISTER_CONSTRAINT* list, unsigned int count);
+    virtual unsigned int GetRegisterConstraints(_ZP_REGISTER_CONSTRAINT* list, unsigned int* count);
+    virtual unsigned int PlayBackVideo(unsigned int a, unsigned int b, unsigned int c, unsigned int d,
+                                       unsigned int e, unsigned int f);
+    virtual unsigned int PlayBackVideoStatus(unsigned int* a, unsigned char* b, unsigned char* c);
+    virtual unsigned int SetPllPhase(unsigned int a, unsigned int b);
+    virtual unsigned int ConfigureSteps(_PROGSTEPS_DATA* program);
+    virtual unsigned int ReadRecordedSegments(unsigned char* buffer, unsigned int* count);
+    virtual unsigned int SendParameter(unsigned int parameter, unsigned int value);
+    virtual unsigned int SendTiming(void* timing);
+    virtual unsigned int GetTime(unsigned int* a, int* b, unsigned int* c, int* d, unsigned int* e);
+    virtual unsigned int ReadTemperature(unsigned int* first, unsigned int* second);
+    virtual unsigned int GetErrorCode();
+    virtual unsigned int ReadFwInfoStruct();
+    // Binary transport: none in the base, so every exchange fails here.
+    virtual unsigned int SendCmdAndGetRsp(_CMD_HDR* command, _RSP_HDR* response, int responseSize,
+                                          int timeout, int a, int b);
+
+protected:
+    using ConstraintMap = std::map<unsigned int, std::pair<unsigned int, unsigned int>>;
+
+    unsigned int m_nErrorCode;                  // written only by failing operations
+    OS_SEMAPHORE m_hLock;                       // outer lock; made by the concrete port's open
+    unsigned int m_dwPortState[5];
+    unsigned int m_dwDefaultOn;
+    unsigned char m_abyBlock16[16];
+    unsigned int m_dwTransferLimit[2];
+    unsigned int m_dwConnectionFlag;
+    unsigned char m_abyRegisterShadow[1024];    // all 0xFF: nothing cached
+    unsigned int m_dwPendingPrepare;
+    unsigned int m_dwCameraType;
+    unsigned char m_abyBlock12[12];
+    unsigned short m_wToneTable[4096];          // identity at construction
+    unsigned int m_dwColorMatrixCache[9];       // last colour-matrix payload sent
+    unsigned short m_wLastLookupTable[4096];    // last lookup table sent; all 0xFFFF: none yet
+    unsigned int m_dwWords[4];
+    unsigned int m_dwPendingRead[3];            // arguments of the last PreReadImage
+    unsigned char m_abyFwInfo[128];             // cached firmware-information block
+    ZP_ANNOUNCEMENT_CALLBACK m_pfnAnnouncementCallback;
+    void* m_pAnnouncementContext;
+    unsigned short m_wFlag;
+    CXTrace m_Trace;
+    unsigned int m_dwTraceChannel;              // first argument of every trace call of the port
+    unsigned int m_dwSpare;
+    ConstraintMap m_RegisterConstraints;        // register -> (clear mask, set mask)
+};
+
+#endif  // ZPPORT_CAMPORT_H

@@ -1,0 +1,255 @@
+/*
+ * The C interface of the camera port library: the records exchanged with the
+ * host and the camera. Every record has fixed byte positions (little-endian,
+ * 32-bit words unless noted); the static assertions below pin them down.
+ */
+#ifndef ZPPORT_ZPPORTTW_H
+#define ZPPORT_ZPPORTTW_H
+
+#include <stddef.h>
+
+#include "ZpExport.h"
+#include "ZpParam.h"
+
+ZP_EXTERN_C_BEGIN
+
+/* One camera found by discovery; filled by enumeration, handed back to open. 1004 bytes. */
+typedef struct _ZP_ENUMITEMEX {
+    unsigned int infoTag;            /*   0: 356 for an item made by the Ethernet port */
+    unsigned int portId;             /*   4: 0x2001 + index in the caller's array */
+    unsigned int cameraType;         /*   8: camera class code */
+    unsigned int typeFlag;           /*  12: 1 when the vendor record's camera-type byte is set */
+    unsigned int interfaceType;      /*  16: 4 for an Ethernet camera */
+    unsigned int serialNumber;       /*  20 */
+    unsigned int viWord18;           /*  24 */
+    unsigned int viWord22;           /*  28 */
+    unsigned int fwVersion;          /*  32: first controller version word */
+    unsigned int reserved36;         /*  36: 0 */
+    unsigned int linkFlag;           /*  40 */
+    unsigned int viByte204;          /*  44 */
+    unsigned int bigSerial;          /*  48: 1 when serialNumber > 2999999999 */
+    unsigned int viWord184;          /*  52 */
+    unsigned int reserved56;         /*  56: 0 */
+    unsigned int modelNumber;        /*  60 */
+    unsigned int reserved64;         /*  64: 0 */
+    unsigned int viWord196;          /*  68 */
+    unsigned int mtu;                /*  72: MTU of the local adapter */
+    unsigned int word76;             /*  76: always 64 */
+    unsigned int reserved80[3];      /*  80..91: 0 */
+    unsigned int reserved92;         /*  92: 0 */
+    unsigned int viByte205;          /*  96 */
+    unsigned int reserved100[2];     /* 100..107 */
+    unsigned int reserved108;        /* 108: 0 */
+    unsigned int macLow;             /* 112: camera MAC, low 32 bits */
+    unsigned int macHigh;            /* 116: camera MAC, high 16 bits */
+    unsigned int ipAddress;          /* 120: host byte order, first dotted byte most significant */
+    unsigned int extraWord;          /* 124 */
+    unsigned int reserved128;        /* 128 */
+    unsigned int cmdPort;            /* 132: UDP command port */
+    unsigned int adapterMac;         /* 136: local adapter MAC, low 32 bits */
+    unsigned int adapterMacHigh;     /* 140: local adapter MAC, high 16 bits */
+    unsigned int adapterIp;          /* 144 */
+    unsigned int adapterMask;        /* 148 */
+    char cameraName[128];            /* 152 */
+    unsigned int fwVersion2;         /* 280: second controller version word */
+    unsigned int reserved284[2];     /* 284..291 */
+    unsigned int word292;            /* 292: always 3 */
+    unsigned int reserved296[15];    /* 296..355 */
+    char macText[128];               /* 356: "%02X-%02X-%02X-%02X-%02X-%02X" */
+    char ipText[128];                /* 484: dotted decimal */
+    char adapterMacText[128];        /* 612 */
+    char adapterIpText[128];         /* 740 */
+    char adapterMaskText[128];       /* 868 */
+    unsigned char cmdAddress;        /* 996: camera address used in command lines */
+    unsigned char reserved997[3];    /* 997..999 */
+    unsigned char byte1000;          /* 1000: always 1 */
+    unsigned char byte1001;          /* 1001: always 0 */
+    unsigned char reserved1002[2];   /* 1002..1003 */
+} _ZP_ENUMITEMEX, _ZP_ENUMITEM;
+
+ZP_STATIC_ASSERT(sizeof(_ZP_ENUMITEMEX) == 1004, "_ZP_ENUMITEMEX size");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, infoTag) == 0, "infoTag");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, portId) == 4, "portId");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, cameraType) == 8, "cameraType");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, typeFlag) == 12, "typeFlag");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, interfaceType) == 16, "interfaceType");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, serialNumber) == 20, "serialNumber");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, viWord18) == 24, "viWord18");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, viWord22) == 28, "viWord22");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, fwVersion) == 32, "fwVersion");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved36) == 36, "reserved36");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, linkFlag) == 40, "linkFlag");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, viByte204) == 44, "viByte204");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, bigSerial) == 48, "bigSerial");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, viWord184) == 52, "viWord184");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved56) == 56, "reserved56");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, modelNumber) == 60, "modelNumber");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved64) == 64, "reserved64");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, viWord196) == 68, "viWord196");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, mtu) == 72, "mtu");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, word76) == 76, "word76");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved80) == 80, "reserved80");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved92) == 92, "reserved92");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, viByte205) == 96, "viByte205");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved100) == 100, "reserved100");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved108) == 108, "reserved108");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, macLow) == 112, "macLow");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, macHigh) == 116, "macHigh");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, ipAddress) == 120, "ipAddress");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, extraWord) == 124, "extraWord");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved128) == 128, "reserved128");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, cmdPort) == 132, "cmdPort");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterMac) == 136, "adapterMac");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterMacHigh) == 140, "adapterMacHigh");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterIp) == 144, "adapterIp");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterMask) == 148, "adapterMask");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, cameraName) == 152, "cameraName");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, fwVersion2) == 280, "fwVersion2");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved284) == 284, "reserved284");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, word292) == 292, "word292");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved296) == 296, "reserved296");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, macText) == 356, "macText");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, ipText) == 484, "ipText");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterMacText) == 612, "adapterMacText");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterIpText) == 740, "adapterIpText");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, adapterMaskText) == 868, "adapterMaskText");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, cmdAddress) == 996, "cmdAddress");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved997) == 997, "reserved997");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, byte1000) == 1000, "byte1000");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, byte1001) == 1001, "byte1001");
+ZP_STATIC_ASSERT(offsetof(_ZP_ENUMITEMEX, reserved1002) == 1002, "reserved1002");
+
+/* Vendor, version and class of an open camera; magic "VINF", version word 512. */
+typedef struct _VENDOR_INFO {
+    unsigned short version;          /*   0: 512 */
+    char magic[4];                   /*   2: "VINF", not terminated */
+    unsigned char reserved6[2];      /*   6 */
+    unsigned int serialNumber;       /*   8 */
+    unsigned char cameraTypeByte;    /*  12 */
+    unsigned char reserved13;        /*  13 */
+    unsigned short word14;           /*  14 */
+    unsigned short word16;           /*  16 */
+    unsigned short word18;           /*  18 */
+    unsigned short classCode;        /*  20 */
+    unsigned short word22;           /*  22 */
+    char text[4][40];                /*  24, 64, 104, 144 */
+    unsigned short words184[10];     /* 184..203 (words184[6] is the word at 196) */
+    unsigned char byte204;           /* 204 */
+    unsigned char byte205;           /* 205 */
+    unsigned short word206;          /* 206 */
+    unsigned short word208;          /* 208 */
+    unsigned char reserved210[106];  /* 210..315 */
+    unsigned short word316;          /* 316 */
+    unsigned char reserved318[90];   /* 318..407 */
+    unsigned short variantCode;      /* 408 */
+    unsigned char reserved410[2];    /* 410..411: pads to the alignment of the 32-bit word */
+} _VENDOR_INFO;
+
+ZP_STATIC_ASSERT(sizeof(_VENDOR_INFO) == 412, "_VENDOR_INFO size");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, version) == 0, "version");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, magic) == 2, "magic");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, reserved6) == 6, "reserved6");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, serialNumber) == 8, "serialNumber");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, cameraTypeByte) == 12, "cameraTypeByte");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, reserved13) == 13, "reserved13");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word14) == 14, "word14");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word16) == 16, "word16");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word18) == 18, "word18");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, classCode) == 20, "classCode");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word22) == 22, "word22");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, text) == 24, "text");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, text[1]) == 64, "text[1]");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, text[2]) == 104, "text[2]");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, text[3]) == 144, "text[3]");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, words184) == 184, "words184");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, words184[6]) == 196, "words184[6]");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, byte204) == 204, "byte204");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, byte205) == 205, "byte205");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word206) == 206, "word206");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word208) == 208, "word208");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, reserved210) == 210, "reserved210");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, word316) == 316, "word316");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, reserved318) == 318, "reserved318");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, variantCode) == 408, "variantCode");
+ZP_STATIC_ASSERT(offsetof(_VENDOR_INFO, reserved410) == 410, "reserved410");
+
+/* Header of a binary command frame; argument words (or data bytes) follow from byte 8. */
+typedef struct _CMD_HDR {
+    unsigned short reserved0;        /* 0: 0 */
+    unsigned char part;              /* 2: 0 whole exchange, 16 first part, 32 second part */
+    unsigned char command;           /* 3: command code */
+    unsigned short length;           /* 4: frame length in bytes, header included */
+    unsigned short reserved6;        /* 6: 0 */
+} _CMD_HDR;
+
+ZP_STATIC_ASSERT(sizeof(_CMD_HDR) == 8, "_CMD_HDR size");
+ZP_STATIC_ASSERT(offsetof(_CMD_HDR, reserved0) == 0, "_CMD_HDR reserved0");
+ZP_STATIC_ASSERT(offsetof(_CMD_HDR, part) == 2, "_CMD_HDR part");
+ZP_STATIC_ASSERT(offsetof(_CMD_HDR, command) == 3, "_CMD_HDR command");
+ZP_STATIC_ASSERT(offsetof(_CMD_HDR, length) == 4, "_CMD_HDR length");
+ZP_STATIC_ASSERT(offsetof(_CMD_HDR, reserved6) == 6, "_CMD_HDR reserved6");
+
+/* Header of a binary response frame: the command header with the camera's status in byte 0. */
+typedef struct _RSP_HDR {
+    unsigned char status;            /* 0: camera status code */
+    unsigned char reserved1;         /* 1 */
+    unsigned char part;              /* 2 */
+    unsigned char command;           /* 3 */
+    unsigned short length;           /* 4 */
+    unsigned short reserved6;        /* 6 */
+} _RSP_HDR;
+
+ZP_STATIC_ASSERT(sizeof(_RSP_HDR) == 8, "_RSP_HDR size");
+ZP_STATIC_ASSERT(offsetof(_RSP_HDR, status) == 0, "_RSP_HDR status");
+ZP_STATIC_ASSERT(offsetof(_RSP_HDR, reserved1) == 1, "_RSP_HDR reserved1");
+ZP_STATIC_ASSERT(offsetof(_RSP_HDR, part) == 2, "_RSP_HDR part");
+ZP_STATIC_ASSERT(offsetof(_RSP_HDR, command) == 3, "_RSP_HDR command");
+ZP_STATIC_ASSERT(offsetof(_RSP_HDR, length) == 4, "_RSP_HDR length");
+ZP_STATIC_ASSERT(offsetof(_RSP_HDR, reserved6) == 6, "_RSP_HDR reserved6");
+
+/* One register constraint: bits of clearMask are forced to 0, bits of setMask to 1. */
+typedef struct _ZP_REGISTER_CONSTRAINT {
+    unsigned int reg;                /* 0: register number */
+    unsigned int clearMask;          /* 4 */
+    unsigned int setMask;            /* 8 */
+} _ZP_REGISTER_CONSTRAINT;
+
+ZP_STATIC_ASSERT(sizeof(_ZP_REGISTER_CONSTRAINT) == 12, "_ZP_REGISTER_CONSTRAINT size");
+ZP_STATIC_ASSERT(offsetof(_ZP_REGISTER_CONSTRAINT, reg) == 0, "reg");
+ZP_STATIC_ASSERT(offsetof(_ZP_REGISTER_CONSTRAINT, clearMask) == 4, "clearMask");
+ZP_STATIC_ASSERT(offsetof(_ZP_REGISTER_CONSTRAINT, setMask) == 8, "setMask");
+
+/* A camera program of up to 60 acquisition steps of 80 bytes each. 4808 bytes. */
+#define ZP_PROGSTEPS_MAX 60
+#define ZP_PROGSTEP_SIZE 80
+
+typedef struct _PROGSTEPS_DATA {
+    unsigned int header;             /* 0: passed through; the camera's value after a read-back */
+    unsigned int control;            /* 4: first step (bits 0-7), step count (8-15), flags */
+    unsigned char steps[ZP_PROGSTEPS_MAX][ZP_PROGSTEP_SIZE]; /* 8: step i at 8 + 80 i */
+} _PROGSTEPS_DATA;
+
+ZP_STATIC_ASSERT(sizeof(_PROGSTEPS_DATA) == 4808, "_PROGSTEPS_DATA size");
+ZP_STATIC_ASSERT(offsetof(_PROGSTEPS_DATA, header) == 0, "header");
+ZP_STATIC_ASSERT(offsetof(_PROGSTEPS_DATA, control) == 4, "control");
+ZP_STATIC_ASSERT(offsetof(_PROGSTEPS_DATA, steps) == 8, "steps");
+ZP_STATIC_ASSERT(offsetof(_PROGSTEPS_DATA, steps[59]) == 4728, "last step");
+
+/* Memory selector of the block transfers; the library passes the value through unchanged. */
+typedef enum ZP_MEM_TYPE {
+    ZP_MEM_TYPE_FORCE_32BIT = 0x7FFFFFFF
+} ZP_MEM_TYPE;
+
+ZP_STATIC_ASSERT(sizeof(ZP_MEM_TYPE) == 4, "ZP_MEM_TYPE size");
+
+/* Result of a wireless access-point scan; its layout is not published, only pointers pass. */
+typedef struct _RSP_WIFISCAN_DATA _RSP_WIFISCAN_DATA;
+
+/* Announcement callback: context given at registration, then the announcement text. */
+typedef void (*ZP_ANNOUNCEMENT_CALLBACK)(void* context, char* text);
+
+/* ---- Exported port functions (Po...) go here. ---- */
+
+ZP_EXTERN_C_END
+
+#endif /* ZPPORT_ZPPORTTW_H */
