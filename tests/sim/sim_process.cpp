@@ -1,0 +1,149 @@
+#include "sim_process.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace zptest {
+
+namespace {
+
+constexpr int kStartTimeoutMs = 10000;
+
+// Reads the child's stdout until "ready\n" or the time-out.
+bool WaitForReady(int fd) {
+    std::string seen;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kStartTimeoutMs);
+    while (seen.find("ready\n") == std::string::npos) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
+                                                                          std::chrono::steady_clock::now());
+        pollfd pfd{fd, POLLIN, 0};
+        if (left.count() <= 0 || ::poll(&pfd, 1, static_cast<int>(left.count())) <= 0) {
+            return false;
+        }
+        char buffer[256];
+        ssize_t size = ::read(fd, buffer, sizeof buffer);
+        if (size <= 0) {
+            return false;
+        }
+        seen.append(buffer, static_cast<std::size_t>(size));
+    }
+    return true;
+}
+
+}  // namespace
+
+SimProcess::SimProcess(const std::vector<std::string>& args) {
+    int pipeFds[2];
+    if (::pipe(pipeFds) != 0) {
+        return;
+    }
+    std::vector<std::string> all{ZPCAM_SIM_PATH};
+    all.insert(all.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (auto& arg : all) {
+        argv.push_back(arg.data());
+    }
+    argv.push_back(nullptr);
+    m_pid = ::fork();
+    if (m_pid == 0) {
+        ::dup2(pipeFds[1], STDOUT_FILENO);
+        ::close(pipeFds[0]);
+        ::close(pipeFds[1]);
+        ::execv(argv[0], argv.data());
+        ::_exit(127);
+    }
+    ::close(pipeFds[1]);
+    m_ready = m_pid > 0 && WaitForReady(pipeFds[0]);
+    ::close(pipeFds[0]);
+}
+
+SimProcess::~SimProcess() {
+    if (m_pid > 0 && !Terminate(5000)) {
+        ::kill(m_pid, SIGKILL);
+        ::waitpid(m_pid, nullptr, 0);
+    }
+}
+
+std::optional<int> SimProcess::Terminate(int timeoutMs) {
+    if (m_pid <= 0) {
+        return std::nullopt;
+    }
+    ::kill(m_pid, SIGTERM);
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (std::chrono::steady_clock::now() < deadline) {
+        int status = 0;
+        if (::waitpid(m_pid, &status, WNOHANG) == m_pid) {
+            m_pid = -1;
+            return status;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return std::nullopt;
+}
+
+UdpClient::UdpClient(const std::string& ip, std::uint16_t port) {
+    m_socket = ::socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_port = htons(port);
+    if (m_socket >= 0 && (inet_pton(AF_INET, ip.c_str(), &local.sin_addr) != 1 ||
+                          ::bind(m_socket, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0)) {
+        ::close(m_socket);
+        m_socket = -1;
+    }
+}
+
+UdpClient::~UdpClient() {
+    if (m_socket >= 0) {
+        ::close(m_socket);
+    }
+}
+
+bool UdpClient::Send(const std::string& ip, std::uint16_t port, const std::string& data) const {
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(port);
+    inet_pton(AF_INET, ip.c_str(), &to.sin_addr);
+    return ::sendto(m_socket, data.data(), data.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to) ==
+           static_cast<ssize_t>(data.size());
+}
+
+std::optional<std::string> UdpClient::Receive(int timeoutMs) const {
+    pollfd pfd{m_socket, POLLIN, 0};
+    if (::poll(&pfd, 1, timeoutMs) <= 0) {
+        return std::nullopt;
+    }
+    char buffer[2048];
+    ssize_t size = ::recv(m_socket, buffer, sizeof buffer, 0);
+    if (size < 0) {
+        return std::nullopt;
+    }
+    return std::string(buffer, static_cast<std::size_t>(size));
+}
+
+std::optional<std::string> UdpClient::Exchange(const std::string& ip, std::uint16_t port,
+                                               const std::string& data, int timeoutMs) const {
+    if (!Send(ip, port, data)) {
+        return std::nullopt;
+    }
+    return Receive(timeoutMs);
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+}  // namespace zptest

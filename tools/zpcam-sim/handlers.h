@@ -1,0 +1,42 @@
+// Command dispatch: each protocol area registers its handlers into one table.
+#ifndef ZPCAM_SIM_HANDLERS_H
+#define ZPCAM_SIM_HANDLERS_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "camera_model.h"
+#include "protocol.h"
+
+namespace zpsim {
+
+// What a handler answers: the result code and the data from reply position 7 on.
+struct HandlerResult {
+    std::uint8_t result = kResultOk;
+    std::string data;
+};
+
+using Handler = std::function<HandlerResult(CameraModel&, const Command&)>;
+
+class HandlerTable {
+public:
+    void Register(std::uint8_t code, Handler handler) { m_handlers[code] = std::move(handler); }
+    // Nothing when no handler is registered for the command code.
+    std::optional<HandlerResult> Dispatch(CameraModel& model, const Command& command) const;
+
+private:
+    std::map<std::uint8_t, Handler> m_handlers;
+};
+
+// Session, state and identity commands (open, close, status, vendor information, counters, address).
+void RegisterSessionHandlers(HandlerTable& table);
+
+// The table with every protocol area the simulator knows.
+HandlerTable MakeDefaultHandlers();
+
+}  // namespace zpsim
+
+#endif  // ZPCAM_SIM_HANDLERS_H

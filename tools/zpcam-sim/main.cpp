@@ -1,0 +1,145 @@
+// zpcam-sim: plays one or more cameras on UDP port 1027 of the given IPv4 addresses.
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "config.h"
+#include "udp_server.h"
+
+namespace {
+
+volatile std::sig_atomic_t g_stop = 0;
+
+void OnSignal(int) {
+    g_stop = 1;
+}
+
+void InstallSignalHandlers() {
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+const char* const kIdentityKeys[] = {"address",        "model", "option",  "serial",    "firmware",
+                                     "firmware2",      "name",  "ip-word", "mask-word", "temperature",
+                                     "frame-capacity", "width", "height",  "period",    "first-frame",
+                                     "last-frame",     "state"};
+
+struct Options {
+    std::vector<std::string> ips;
+    std::string configPath;
+    std::map<std::string, std::string> identity;
+    std::vector<std::string> results;  // "code=result", hexadecimal
+    zpsim::ServerOptions server;
+    zpsim::FaultConfig faults;
+};
+
+// Cameras from the config file, then one per --ip; with neither, one camera on 127.0.0.1.
+std::string BuildCameras(const Options& options, std::vector<zpsim::SimCamera>& cameras) {
+    zpsim::CameraIdentity defaults;
+    std::vector<zpsim::CameraIdentity> identities;
+    if (!options.configPath.empty()) {
+        std::string error = zpsim::LoadConfigFile(options.configPath, defaults, identities);
+        if (!error.empty()) {
+            return error;
+        }
+    }
+    for (const auto& [key, value] : options.identity) {
+        std::string error = zpsim::ApplyIdentityKey(defaults, key, value);
+        if (!error.empty()) {
+            return "--" + key + ": " + error;
+        }
+    }
+    std::vector<std::string> ips = options.ips;
+    if (ips.empty() && identities.empty()) {
+        ips.push_back(defaults.ip);
+    }
+    for (std::size_t i = 0; i < ips.size(); ++i) {
+        zpsim::CameraIdentity identity = defaults;
+        std::string error = zpsim::ApplyIdentityKey(identity, "ip", ips[i]);
+        if (!error.empty()) {
+            return error;
+        }
+        identity.address = static_cast<std::uint8_t>(defaults.address + i);
+        identities.push_back(identity);
+    }
+    for (const auto& identity : identities) {
+        cameras.emplace_back(identity, options.faults);
+    }
+    return {};
+}
+
+std::string ParseResultOverrides(const std::vector<std::string>& specs, zpsim::FaultConfig& faults) {
+    zpsim::FaultInjector injector(faults);
+    for (const auto& spec : specs) {
+        auto equals = spec.find('=');
+        std::string error =
+            equals == std::string::npos
+                ? "expected code=result"
+                : injector.Apply("result " + spec.substr(0, equals) + " " + spec.substr(equals + 1));
+        if (!error.empty()) {
+            return "--result " + spec + ": " + error;
+        }
+    }
+    faults = injector.Config();
+    return {};
+}
+
+void AddOptions(CLI::App& app, Options& options) {
+    app.add_option("--ip", options.ips,
+                   "IPv4 address of a camera (repeat for several; address byte counts up)");
+    app.add_option("--config", options.configPath, "key=value file with [camera] sections");
+    for (const char* key : kIdentityKeys) {
+        app.add_option(std::string("--") + key, options.identity[key], std::string("camera ") + key);
+    }
+    app.add_option("--log", options.server.logPath, "log every received line to this file ('-': stdout)");
+    app.add_option("--announce-to", options.server.announce.unicastHost, "send announcements to this host");
+    app.add_flag("--multicast", options.server.announce.multicast, "send announcements to the group (TTL 0)");
+    app.add_option("--announce-port", options.server.announce.port, "announcement port");
+    app.add_option("--command-port", options.server.commandPort, "command port");
+    app.add_option("--control-port", options.server.controlPort, "control channel port on the first camera");
+    app.add_flag("--silent", options.faults.silent, "never answer");
+    app.add_option("--result", options.results, "answer a command with a result code: CC=RR (hex)");
+    app.add_option("--drop", options.faults.dropEvery, "drop every Nth reply");
+    app.add_option("--delay", options.faults.delayMs, "delay every reply by this many ms");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Camera simulator: answers the port library's commands"};
+    app.footer(
+        "Identity options apply to the cameras made by --ip; each [camera] section of the config file\n"
+        "starts from the keys above its first section. Control channel lines: see control.cpp.");
+    Options options;
+    AddOptions(app, options);
+    CLI11_PARSE(app, argc, argv);
+    for (auto it = options.identity.begin(); it != options.identity.end();) {
+        it = app.count("--" + it->first) == 0 ? options.identity.erase(it) : std::next(it);
+    }
+    std::vector<zpsim::SimCamera> cameras;
+    std::string error = ParseResultOverrides(options.results, options.faults);
+    if (error.empty()) {
+        error = BuildCameras(options, cameras);
+    }
+    if (!error.empty()) {
+        std::fprintf(stderr, "zpcam-sim: %s\n", error.c_str());
+        return 2;
+    }
+    InstallSignalHandlers();
+    zpsim::UdpServer server(std::move(cameras), options.server);
+    error = server.Open();
+    if (!error.empty()) {
+        std::fprintf(stderr, "zpcam-sim: %s\n", error.c_str());
+        return 1;
+    }
+    std::printf("ready\n");
+    std::fflush(stdout);
+    server.Run(g_stop);
+    return 0;
+}
