@@ -45,39 +45,17 @@ private:
 
 Bytes DefaultImage() {
     ExpectedImage e;
-    e.Text(0, "TW-7000");
-    e.Put(8, 1, 1);
-    e.Put(10, 1, 1);
-    e.Put(13, 1, 1);
-    e.Put(14, 3, 1);
-    e.Put(15, 3, 1);
+    e.Text(0, "TW-7000"); e.Put(8, 1, 1); e.Put(10, 1, 1); e.Put(13, 1, 1); e.Put(14, 3, 1); e.Put(15, 3, 1);
     for (std::size_t offset : {18, 22, 26}) e.Put(offset, 0x3F800000, 4);  // 1.0f
     e.Put(30, 3, 2);
     const unsigned char clock[] = {0x19, 0x06, 0x19, 0x10, 0x08, 0x06};
     for (std::size_t i = 0; i < sizeof(clock); ++i) e.Put(33 + i, clock[i], 1);
-    e.Put(54, 60000, 4);
-    e.Put(119, 15707, 4);
-    e.Put(127, 100, 1);
-    e.Text(128, "x");
-    e.Text(179, "0");
-    e.Text(181, "0");
-    e.Put(231, 150443, 4);
-    e.Put(235, 1504, 2);
-    e.Put(237, 1128, 2);
-    e.Put(239, 0x8000, 4);
-    e.Put(244, 0x10000, 4);
-    e.Put(260, 0x10000, 4);
-    e.Put(276, 0x10000, 4);
-    e.Put(280, 3, 4);
-    e.Put(284, 20000, 4);
-    e.Put(288, 1, 1);
-    e.Put(289, 1504, 2);
-    e.Put(291, 1128, 2);
-    e.Put(293, 255, 2);
+    e.Put(54, 60000, 4); e.Put(119, 15707, 4); e.Put(127, 100, 1); e.Text(128, "x"); e.Text(179, "0");
+    e.Text(181, "0"); e.Put(231, 150443, 4); e.Put(235, 1504, 2); e.Put(237, 1128, 2); e.Put(239, 0x8000, 4);
+    e.Put(244, 0x10000, 4); e.Put(260, 0x10000, 4); e.Put(276, 0x10000, 4); e.Put(280, 3, 4);
+    e.Put(284, 20000, 4); e.Put(288, 1, 1); e.Put(289, 1504, 2); e.Put(291, 1128, 2); e.Put(293, 255, 2);
     for (std::uint32_t k = 0; k < 256; ++k) e.Put(303 + 2 * k, k * 257, 2);
-    e.Put(815, 50, 4);
-    e.Put(853, 2, 1);
-    e.Text(1020, "EoBD");
+    e.Put(815, 50, 4); e.Put(853, 2, 1); e.Text(1020, "EoBD");
     return e.bytes();
 }
 

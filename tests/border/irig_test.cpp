@@ -59,9 +59,8 @@ TEST(IrigTime, TextSplitsMillisecondsAndMicroseconds) {
     int length = 0;
     EXPECT_EQ("12:34:56:007:008", TimeText(IrigRecord(digits, 7008), &length));
     EXPECT_EQ(16, length);
-    const unsigned char midnight[6] = {0, 0, 0, 0, 0, 0};
+    const unsigned char midnight[6] = {0, 0, 0, 0, 0, 0}, late[6] = {2, 3, 5, 9, 5, 9};
     EXPECT_EQ("00:00:00:000:000", TimeText(IrigRecord(midnight, 0)));
-    const unsigned char late[6] = {2, 3, 5, 9, 5, 9};
     EXPECT_EQ("23:59:59:999:999", TimeText(IrigRecord(late, 999999)));
 }
 
@@ -79,43 +78,25 @@ TEST(IrigDate, NumbersFromBcdYearAndDayDigits) {
     EXPECT_EQ(0, day);
 }
 
+// Day zero is the first of January; February follows the leap year of the full year; past the year
+// end the month is thirteen; the printed year is exact only up to 15 (2016 prints as 00, 2024 as 08).
 TEST(IrigDate, TextIsDayMonthYearWithOpeningParenthesisOnly) {
     int length = 0;
     EXPECT_EQ("(05/02/06", DateText(DateRecord(0x06, 36), &length));
     EXPECT_EQ(9, length);
-    EXPECT_EQ("(31/12/06", DateText(DateRecord(0x06, 365)));
-}
-
-TEST(IrigDate, DayZeroIsTheFirstOfJanuary) {
-    EXPECT_EQ("(01/01/06", DateText(DateRecord(0x06, 0)));
-    EXPECT_EQ("(01/01/06", DateText(DateRecord(0x06, 1)));
-}
-
-TEST(IrigDate, FebruaryFollowsTheLeapYear) {
-    EXPECT_EQ("(29/02/04", DateText(DateRecord(0x04, 60)));
-    EXPECT_EQ("(01/03/06", DateText(DateRecord(0x06, 60)));
-    EXPECT_EQ("(29/02/08", DateText(DateRecord(0x24, 60)));  // 2024 is leap, printed as 08
-    EXPECT_EQ("(29/02/00", DateText(DateRecord(0x16, 60)));  // 2016 is leap, printed as 00
-    EXPECT_EQ("(01/03/15", DateText(DateRecord(0x15, 60)));
-    EXPECT_EQ("(31/12/04", DateText(DateRecord(0x04, 366)));
-}
-
-TEST(IrigDate, PastTheYearEndTheMonthIsThirteen) {
-    EXPECT_EQ("(01/13/06", DateText(DateRecord(0x06, 366)));
-    EXPECT_EQ("(34/13/06", DateText(DateRecord(0x06, 399)));
-}
-
-TEST(IrigDate, TextYearIsExactOnlyUpToFifteen) {
-    EXPECT_EQ("(01/01/06", DateText(DateRecord(0x06, 1)));
-    EXPECT_EQ("(01/01/09", DateText(DateRecord(0x09, 1)));
-    EXPECT_EQ("(01/01/10", DateText(DateRecord(0x10, 1)));
-    EXPECT_EQ("(01/01/15", DateText(DateRecord(0x15, 1)));
-    EXPECT_EQ("(01/01/00", DateText(DateRecord(0x16, 1)));
-    EXPECT_EQ("(01/01/08", DateText(DateRecord(0x24, 1)));
-    int year = 0, day = 0;
-    BORDER_DATA border = DateRecord(0x24, 1);
-    ExtractIRIGDate(&border, year, day);
-    EXPECT_EQ(2024, year);
+    const struct {
+        unsigned char year;
+        int day;
+        const char* text;
+    } rows[] = {{0x06, 365, "(31/12/06"}, {0x06, 0, "(01/01/06"},   {0x06, 1, "(01/01/06"},
+                {0x04, 60, "(29/02/04"},  {0x06, 60, "(01/03/06"},  {0x24, 60, "(29/02/08"},
+                {0x16, 60, "(29/02/00"},  {0x15, 60, "(01/03/15"},  {0x04, 366, "(31/12/04"},
+                {0x06, 366, "(01/13/06"}, {0x06, 399, "(34/13/06"}, {0x09, 1, "(01/01/09"},
+                {0x10, 1, "(01/01/10"},   {0x15, 1, "(01/01/15"},   {0x16, 1, "(01/01/00"},
+                {0x24, 1, "(01/01/08"}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.text, DateText(DateRecord(row.year, row.day))) << int(row.year) << " day " << row.day;
+    }
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 // Named semaphores and critical sections.
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <semaphore.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,7 +13,9 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 
+#include "os/interrupting_signal.h"
 #include "zpport/OSLayer.h"
 
 namespace {
@@ -86,24 +86,6 @@ int ValueOf(sem_t* semaphore) {
     return value;
 }
 
-std::atomic<int> signalsCaught{0};
-void CountSignal(int) { signalsCaught.fetch_add(1); }
-
-// Installs a SIGUSR1 handler without SA_RESTART for the test's lifetime.
-class InterruptingSignal {
-public:
-    InterruptingSignal() {
-        struct sigaction action {};
-        action.sa_handler = CountSignal;
-        sigemptyset(&action.sa_mask);
-        sigaction(SIGUSR1, &action, &previous_);
-    }
-    ~InterruptingSignal() { sigaction(SIGUSR1, &previous_, nullptr); }
-
-private:
-    struct sigaction previous_ {};
-};
-
 TEST(SemaphoreCreateTest, GeneratedNamesDifferAndAreSignedDecimals) {
     OS_SEMAPHORE first = OS_SemCreate(3, nullptr);
     OS_SEMAPHORE second = OS_SemCreate(1, nullptr);
@@ -159,20 +141,17 @@ TEST(SemaphoreCreateTest, SlashedNameIsUsedAsGiven) {
     EXPECT_EQ(OS_SemDestroy(handle), OS_OK);
 }
 
+// One character less than the refused name still fits the name buffer; the system then refuses it.
 TEST(SemaphoreCreateTest, PlainNameTooLongToPrefixIsRefused) {
-    const std::string tooLong(4095, 'a');
-    CaptureStderr();
-    OS_SEMAPHORE handle = OS_SemCreate(1, tooLong.c_str());
-    EXPECT_EQ(GetCapturedStderr(),
-              "Semaphore name is not normalized and too long\nError creating semaphore: Invalid argument\n");
-    EXPECT_EQ(handle, nullptr);
-
-    // One character less still fits the name buffer; the system then refuses the name itself.
-    const std::string longest(4094, 'a');
-    CaptureStderr();
-    handle = OS_SemCreate(1, longest.c_str());
-    EXPECT_EQ(GetCapturedStderr(), "Error creating semaphore: Invalid argument\n");
-    EXPECT_EQ(handle, nullptr);
+    const std::pair<std::size_t, const char*> rows[] = {
+        {4095, "Semaphore name is not normalized and too long\nError creating semaphore: Invalid argument\n"},
+        {4094, "Error creating semaphore: Invalid argument\n"}};
+    for (const auto& row : rows) {
+        CaptureStderr();
+        OS_SEMAPHORE handle = OS_SemCreate(1, std::string(row.first, 'a').c_str());
+        EXPECT_EQ(GetCapturedStderr(), row.second) << row.first;
+        EXPECT_EQ(handle, nullptr) << row.first;
+    }
 }
 
 TEST(SemaphoreNullHandleTest, EveryCallSucceedsSilently) {
@@ -214,24 +193,10 @@ TEST_F(SemaphoreWaitTest, TimedWaitOnEmptySemaphoreTimesOut) {
 }
 
 TEST_F(SemaphoreWaitTest, TimedWaitKeepsItsDeadlineThroughASignal) {
-    InterruptingSignal interrupting;
-    const int caughtBefore = signalsCaught.load();
-    std::atomic<bool> waiting{false};
-    std::atomic<int> result{-1};
-    double waited = 0.0;
-    std::thread waiter([&] {
-        waiting.store(true);
-        const auto start = Clock::now();
-        result.store(OS_SemWait(handle_, 1999));
-        waited = SecondsSince(start);
-    });
-    while (!waiting.load()) std::this_thread::yield();
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    pthread_kill(waiter.native_handle(), SIGUSR1);
-    waiter.join();
-    EXPECT_GT(signalsCaught.load(), caughtBefore);
-    EXPECT_EQ(result.load(), OS_ERR_TIMEOUT);
-    EXPECT_GE(waited, 1.95);
+    const auto wait = zptest::RunInterrupted([this] { return OS_SemWait(handle_, 1999); }, 300);
+    EXPECT_TRUE(wait.signalCaught);
+    EXPECT_EQ(wait.result, OS_ERR_TIMEOUT);
+    EXPECT_GE(wait.seconds, 1.95);
 }
 
 TEST_F(SemaphoreWaitTest, UnlimitedWaitEndsOnRelease) {

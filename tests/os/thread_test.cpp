@@ -4,7 +4,6 @@
 // stdio, no objects with destructors.
 #include <gtest/gtest.h>
 #include <pthread.h>
-#include <signal.h>
 
 #include <atomic>
 #include <chrono>
@@ -14,6 +13,7 @@
 #include <functional>
 #include <thread>
 
+#include "os/interrupting_signal.h"
 #include "os/thread_record.h"
 #include "zpport/OSLayer.h"
 
@@ -110,33 +110,13 @@ double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-std::atomic<int> signalsCaught{0};
-void CountSignal(int) { signalsCaught.fetch_add(1); }
-
-// Installs a SIGUSR1 handler without SA_RESTART for the test's lifetime.
-class InterruptingSignal {
-public:
-    InterruptingSignal() {
-        struct sigaction action {};
-        action.sa_handler = CountSignal;
-        sigemptyset(&action.sa_mask);
-        sigaction(SIGUSR1, &action, &previous_);
-    }
-    ~InterruptingSignal() { sigaction(SIGUSR1, &previous_, nullptr); }
-
-private:
-    struct sigaction previous_ {};
-};
-
 TEST(ThreadRecordTest, HandleIsTheRecordInItsFixedLayout) {
-    EXPECT_EQ(offsetof(ThreadRecord, magic), 0u);
-    EXPECT_EQ(offsetof(ThreadRecord, thread), 8u);
-    EXPECT_EQ(offsetof(ThreadRecord, state), 16u);
-    EXPECT_EQ(offsetof(ThreadRecord, mutex), 24u);
-    EXPECT_EQ(offsetof(ThreadRecord, condition), 64u);
-    EXPECT_EQ(offsetof(ThreadRecord, waiters), 112u);
-    EXPECT_EQ(offsetof(ThreadRecord, routine), 120u);
-    EXPECT_EQ(offsetof(ThreadRecord, argument), 128u);
+    const std::size_t offsets[][2] = {
+        {offsetof(ThreadRecord, magic), 0},       {offsetof(ThreadRecord, thread), 8},
+        {offsetof(ThreadRecord, state), 16},      {offsetof(ThreadRecord, mutex), 24},
+        {offsetof(ThreadRecord, condition), 64},  {offsetof(ThreadRecord, waiters), 112},
+        {offsetof(ThreadRecord, routine), 120},   {offsetof(ThreadRecord, argument), 128}};
+    for (const auto& field : offsets) EXPECT_EQ(field[0], field[1]);
 
     Probe probe;
     OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &probe, 1);
@@ -173,32 +153,25 @@ TEST(ThreadHandleTest, ForeignNullOrDestroyedMagicIsRejectedUntouched) {
     EXPECT_EQ(OS_ThreadResume(nullptr), OS_ERR_HANDLE);
 }
 
+// Only the low byte of the flag is the start state: 0x100 starts the worker running.
 TEST(ThreadWaitTest, FinishedWorkerIsReportedAtOnce) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &probe, 0);
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
-    EXPECT_TRUE(probe.returned.load());
-    EXPECT_EQ(StateOf(handle), zp::os::kThreadFinished);
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK);
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
-}
-
-TEST(ThreadWaitTest, ZeroTimeoutOnRunningWorkerTimesOut) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(NapUntilStopped, &probe, 0);
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_ERR_TIMEOUT);
-    probe.stop.store(true);
-    EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
-    EXPECT_TRUE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
+    for (int flags : {0, 0x100}) {
+        Probe probe;
+        OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &probe, flags);
+        ASSERT_NE(handle, nullptr) << flags;
+        EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK) << flags;
+        EXPECT_TRUE(probe.returned.load()) << flags;
+        EXPECT_EQ(StateOf(handle), zp::os::kThreadFinished) << flags;
+        EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK) << flags;
+        EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK) << flags;
+    }
 }
 
 TEST(ThreadWaitTest, TimeoutShorterThanTheWorkLeavesTheWorkerRunning) {
     Probe probe;
     OS_THREAD handle = OS_ThreadCreate(NapUntilStopped, &probe, 0);
     ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_ERR_TIMEOUT);
     const auto start = Clock::now();
     EXPECT_EQ(OS_ThreadWait(handle, 1500), OS_ERR_TIMEOUT);
     EXPECT_GE(SecondsSince(start), 1.4);
@@ -208,51 +181,36 @@ TEST(ThreadWaitTest, TimeoutShorterThanTheWorkLeavesTheWorkerRunning) {
     EXPECT_TRUE(Eventually([&] { return probe.spins.load() > spins; }));
     probe.stop.store(true);
     EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
-}
-
-TEST(ThreadSuspendTest, WorkerCreatedSuspendedRunsOnlyAfterResume) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &probe, 1);
-    ASSERT_NE(handle, nullptr);
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    EXPECT_FALSE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_ERR_TIMEOUT);
-    EXPECT_EQ(OS_ThreadResume(handle), OS_OK);
-    EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
     EXPECT_TRUE(probe.returned.load());
     EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
 }
 
-TEST(ThreadSuspendTest, OnlyTheLowByteOfTheFlagIsTheStartState) {
-    Probe running;
-    OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &running, 0x100);
-    ASSERT_NE(handle, nullptr);
-    EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
-    EXPECT_TRUE(running.returned.load());
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
+// A worker created suspended (0x301: only the low byte counts) or suspending itself waits for a resume.
+TEST(ThreadSuspendTest, SuspendedWorkerRunsOnlyAfterResume) {
+    for (bool self : {false, true}) {
+        SCOPED_TRACE(self ? "suspended itself" : "created suspended");
+        Probe probe;
+        OS_THREAD handle = OS_ThreadCreate(self ? SuspendThenReturn : ReturnAtOnce, &probe, self ? 0 : 0x301);
+        ASSERT_NE(handle, nullptr);
+        ASSERT_TRUE(Eventually([&] { return StateOf(handle) == zp::os::kThreadSuspended; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        EXPECT_FALSE(probe.returned.load());
+        EXPECT_EQ(OS_ThreadWait(handle, 0), OS_ERR_TIMEOUT);
+        EXPECT_EQ(OS_ThreadResume(handle), OS_OK);
+        EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
+        EXPECT_EQ(probe.suspendResult.load(), self ? OS_OK : -1);
+        EXPECT_TRUE(probe.returned.load());
+        EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
+    }
+}
 
+TEST(ThreadSuspendTest, DestroyingAWorkerHeldAtTheStartNeverRunsIt) {
     Probe suspended;
-    handle = OS_ThreadCreate(ReturnAtOnce, &suspended, 0x301);
+    OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &suspended, 0x301);
     ASSERT_NE(handle, nullptr);
     EXPECT_EQ(StateOf(handle), zp::os::kThreadSuspended);
     EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
     EXPECT_FALSE(suspended.returned.load());
-}
-
-TEST(ThreadSuspendTest, WorkerSuspendsItselfUntilResumed) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(SuspendThenReturn, &probe, 0);
-    ASSERT_NE(handle, nullptr);
-    ASSERT_TRUE(Eventually([&] { return StateOf(handle) == zp::os::kThreadSuspended; }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    EXPECT_FALSE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_ERR_TIMEOUT);
-    EXPECT_EQ(OS_ThreadResume(handle), OS_OK);
-    EXPECT_EQ(OS_ThreadWait(handle, OS_INFINITE), OS_OK);
-    EXPECT_EQ(probe.suspendResult.load(), OS_OK);
-    EXPECT_TRUE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
 }
 
 TEST(ThreadSuspendTest, SuspendOutsideAWorkerFails) {
@@ -278,54 +236,37 @@ TEST(ThreadSuspendTest, ResumingAFinishedWorkerMarksItRunningAgain) {
     EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
 }
 
-TEST(ThreadTerminateTest, BusyWorkerIsCancelledAndMarkedFinished) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(SpinUntilStopped, &probe, 0);
-    ASSERT_NE(handle, nullptr);
-    ASSERT_TRUE(Eventually([&] { return probe.spins.load() > 0; }));
-    EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);
-    EXPECT_EQ(StateOf(handle), zp::os::kThreadFinished);
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK);
-    const uint64_t spins = probe.spins.load();
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(probe.spins.load(), spins);
-    EXPECT_FALSE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);  // already finished
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
-}
-
-TEST(ThreadTerminateTest, SleepingWorkerIsCancelled) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(SleepForAMinute, &probe, 0);
-    ASSERT_NE(handle, nullptr);
-    ASSERT_TRUE(Eventually([&] { return probe.started.load(); }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK);
-    EXPECT_FALSE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
-}
-
-TEST(ThreadTerminateTest, WorkerHeldAtTheStartGateIsCancelled) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(ReturnAtOnce, &probe, 1);
-    ASSERT_NE(handle, nullptr);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK);
-    EXPECT_FALSE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
-}
-
-TEST(ThreadTerminateTest, SelfSuspendedWorkerIsCancelled) {
-    Probe probe;
-    OS_THREAD handle = OS_ThreadCreate(SuspendThenReturn, &probe, 0);
-    ASSERT_NE(handle, nullptr);
-    ASSERT_TRUE(Eventually([&] { return StateOf(handle) == zp::os::kThreadSuspended; }));
-    EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);
-    EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK);
-    EXPECT_FALSE(probe.returned.load());
-    EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
+// Busy, sleeping, held at the start gate, or suspended by itself: each worker is cancelled at once.
+TEST(ThreadTerminateTest, WorkerIsCancelledAndMarkedFinished) {
+    const struct {
+        const char* name;
+        void* (*routine)(void*);
+        int flags;
+        bool (*ready)(Probe&, OS_THREAD);
+    } rows[] = {
+        {"busy", SpinUntilStopped, 0, [](Probe& p, OS_THREAD) { return p.spins.load() > 0; }},
+        {"sleeping", SleepForAMinute, 0, [](Probe& p, OS_THREAD) { return p.started.load(); }},
+        {"start gate", ReturnAtOnce, 1, [](Probe&, OS_THREAD) { return true; }},
+        {"self-suspended", SuspendThenReturn, 0,
+         [](Probe&, OS_THREAD h) { return StateOf(h) == zp::os::kThreadSuspended; }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Probe probe;
+        OS_THREAD handle = OS_ThreadCreate(row.routine, &probe, row.flags);
+        ASSERT_NE(handle, nullptr);
+        ASSERT_TRUE(Eventually([&] { return row.ready(probe, handle); }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);
+        EXPECT_EQ(StateOf(handle), zp::os::kThreadFinished);
+        EXPECT_EQ(OS_ThreadWait(handle, 0), OS_OK);
+        const uint64_t spins = probe.spins.load();
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        EXPECT_EQ(probe.spins.load(), spins);
+        EXPECT_FALSE(probe.returned.load());
+        EXPECT_EQ(OS_ThreadTerminate(handle), OS_OK);  // already finished
+        EXPECT_EQ(OS_ThreadDestroy(handle), OS_OK);
+    }
 }
 
 TEST(ThreadDestroyTest, RunningWorkerIsCancelledAndFreed) {
@@ -377,24 +318,10 @@ TEST(ThreadDestroyTest, SpinsWhileAWaiterIsCounted) {
 TEST(ThreadSleepTest, ZeroReturnsAtOnce) { EXPECT_EQ(OS_ThreadSleep(0), OS_OK); }
 
 TEST(ThreadSleepTest, SleepsTheWholeTimeThroughASignal) {
-    InterruptingSignal interrupting;
-    const int caughtBefore = signalsCaught.load();
-    std::atomic<bool> sleeping{false};
-    std::atomic<int> result{-1};
-    double slept = 0.0;
-    std::thread sleeper([&] {
-        sleeping.store(true);
-        const auto start = Clock::now();
-        result.store(OS_ThreadSleep(1200));
-        slept = SecondsSince(start);
-    });
-    EXPECT_TRUE(Eventually([&] { return sleeping.load(); }));
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    pthread_kill(sleeper.native_handle(), SIGUSR1);
-    sleeper.join();
-    EXPECT_GT(signalsCaught.load(), caughtBefore);
-    EXPECT_EQ(result.load(), OS_OK);
-    EXPECT_GE(slept, 1.15);
+    const auto sleep = zptest::RunInterrupted([] { return OS_ThreadSleep(1200); }, 200);
+    EXPECT_TRUE(sleep.signalCaught);
+    EXPECT_EQ(sleep.result, OS_OK);
+    EXPECT_GE(sleep.seconds, 1.15);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zpport/XTrace.h"
@@ -133,59 +134,43 @@ const Row kEnumerationRows[] = {
     {-8, "'Socket Select'"}, {-9, "'Socket Receive from'"}, {-10, "'Command Time out'"}, {-11, "'No Sync'"},
 };
 
-#define ZP_ENUM_ROW(name) {name, #name}
+#define ZP_ROW(name) {name, #name}
 const EnumRow kEnumRows[] = {
-    ZP_ENUM_ROW(ZPP_GAIN), ZP_ENUM_ROW(ZPP_EXPOSURE), ZP_ENUM_ROW(ZPP_IMG_FORMAT), ZP_ENUM_ROW(ZPP_PIX_DEPTH),
-    ZP_ENUM_ROW(ZPP_PIX_GAIN), ZP_ENUM_ROW(ZPP_SYNCIN_CFG), ZP_ENUM_ROW(ZPP_REC_MODE),
-    ZP_ENUM_ROW(ZPP_EXP_MODE), ZP_ENUM_ROW(ZPP_BINNING), ZP_ENUM_ROW(ZPP_CI_MODE),
-    ZP_ENUM_ROW(ZPP_TRIGIN_CFG), ZP_ENUM_ROW(ZPP_MAX_WIDTH), ZP_ENUM_ROW(ZPP_MAX_HEIGHT),
-    ZP_ENUM_ROW(ZPP_ROIX), ZP_ENUM_ROW(ZPP_ROIY), ZP_ENUM_ROW(ZPP_ROIWIDTH), ZP_ENUM_ROW(ZPP_ROIHEIGHT),
-    ZP_ENUM_ROW(ZPP_PERIOD), ZP_ENUM_ROW(ZPP_PERIOD_MIN), ZP_ENUM_ROW(ZPP_IRIG), ZP_ENUM_ROW(ZPP_SYNCOUT_CFG),
-    ZP_ENUM_ROW(ZPP_TRIGIN_DEB), ZP_ENUM_ROW(ZPP_TRIGIN_DEL), ZP_ENUM_ROW(ZPP_SYNCOUT_WID),
-    ZP_ENUM_ROW(ZPP_SYNCOUT_DEL), ZP_ENUM_ROW(ZPP_SYNCIN_DEB), ZP_ENUM_ROW(ZPP_SYNCIN_DEL),
-    ZP_ENUM_ROW(ZPP_HDMI_MODE), ZP_ENUM_ROW(ZPP_PREV_MODE), ZP_ENUM_ROW(UNDEFINED),
-    ZP_ENUM_ROW(ZPP_NOISE_RED), ZP_ENUM_ROW(ZPP_NOISE_SENS), ZP_ENUM_ROW(ZPP_NOISE_DKCOL),
-    ZP_ENUM_ROW(ZPP_NOISE_AUTO), ZP_ENUM_ROW(ZPP_VIDEO_MODE), ZP_ENUM_ROW(ZPP_NET_PERFORM),
-    ZP_ENUM_ROW(ZPP_PLUS), ZP_ENUM_ROW(ZPP_GAMMA), ZP_ENUM_ROW(ZPP_FRAMES), ZP_ENUM_ROW(ZPP_PRE_TRIG),
-    ZP_ENUM_ROW(ZPP_BROC_LEN), ZP_ENUM_ROW(ZPP_FRAME_CAP), ZP_ENUM_ROW(ZPP_1ST_FRM_IDX),
-    ZP_ENUM_ROW(ZPP_STARTADDRLO), ZP_ENUM_ROW(ZPP_STARTADDRHI), ZP_ENUM_ROW(ZPP_NOISE_APSC),
-    ZP_ENUM_ROW(ZPP_EXT_PERIOD), ZP_ENUM_ROW(ZPP_EXT_PULSE_WID), ZP_ENUM_ROW(ZPP_CMP_RATIO),
-    ZP_ENUM_ROW(ZPP_FRAME_SIZE), ZP_ENUM_ROW(ZPP_EXPOSURE_MAX), ZP_ENUM_ROW(ZPP_EXPOSURE_DBL),
-    ZP_ENUM_ROW(ZPP_XDR_RATIO), ZP_ENUM_ROW(ZPP_XDR_CONTRAST), ZP_ENUM_ROW(ZPP_DYNAMIC_NR),
-    ZP_ENUM_ROW(ZPP_SHARPEN), ZP_ENUM_ROW(ZPP_BRIGHTNESS), ZP_ENUM_ROW(ZPP_CONTRAST), ZP_ENUM_ROW(ZPP_HUE),
-    ZP_ENUM_ROW(ZPP_SATURATION), ZP_ENUM_ROW(ZPP_WB_11), ZP_ENUM_ROW(ZPP_WB_12), ZP_ENUM_ROW(ZPP_WB_13),
-    ZP_ENUM_ROW(ZPP_WB_21), ZP_ENUM_ROW(ZPP_WB_22), ZP_ENUM_ROW(ZPP_WB_23), ZP_ENUM_ROW(ZPP_WB_31),
-    ZP_ENUM_ROW(ZPP_WB_32), ZP_ENUM_ROW(ZPP_WB_33), ZP_ENUM_ROW(ZPP_BOARD_TEMP), ZP_ENUM_ROW(ZPP_MT_CFG),
-    ZP_ENUM_ROW(ZPP_MT_THRESHOLD), ZP_ENUM_ROW(ZPP_MT_ROIX), ZP_ENUM_ROW(ZPP_MT_ROIY),
-    ZP_ENUM_ROW(ZPP_MT_ROIWIDTH), ZP_ENUM_ROW(ZPP_MT_ROIHEIGHT), ZP_ENUM_ROW(ZPP_DGR_SIZE),
-    ZP_ENUM_ROW(ZPP_AE_ENABLE), ZP_ENUM_ROW(ZPP_AE_ROIX), ZP_ENUM_ROW(ZPP_AE_ROIY),
-    ZP_ENUM_ROW(ZPP_AE_ROIWIDTH), ZP_ENUM_ROW(ZPP_AE_ROIHEIGHT), ZP_ENUM_ROW(ZPP_AE_REFERENCE),
-    ZP_ENUM_ROW(ZPP_AE_SPEED), ZP_ENUM_ROW(ZPP_AE_EXPOSURE), ZP_ENUM_ROW(ZPP_PROP),
-    ZP_ENUM_ROW(ZPP_PROP_WR_BLK), ZP_ENUM_ROW(ZPP_PROP_ABORT), ZP_ENUM_ROW(ZPP_SYNCOUT_ALIGN),
-    ZP_ENUM_ROW(ZPP_MARKER_CFG), ZP_ENUM_ROW(ZPP_MARKER_VAL), ZP_ENUM_ROW(ZPP_CI_THR),
-    ZP_ENUM_ROW(ZPP_CLOCK_SPEED), ZP_ENUM_ROW(ZPP_HD_ROI), ZP_ENUM_ROW(ZPP_GAUSS_FLT),
-    ZP_ENUM_ROW(ZPP_ROT_ANGLE), ZP_ENUM_ROW(ZPP_FLIP), ZP_ENUM_ROW(ZPP_LUT), ZP_ENUM_ROW(ZPP_LUT_CHN_MASK),
-    ZP_ENUM_ROW(ZPP_HDMI_OVERLAY), ZP_ENUM_ROW(ZPP_WBTBL_TEMP), ZP_ENUM_ROW(ZPP_HD_ZOOM),
-    ZP_ENUM_ROW(ZPP_HD_ZOOM_X), ZP_ENUM_ROW(ZPP_HD_ZOOM_Y), ZP_ENUM_ROW(ZPP_SHARPEN_THR),
-    ZP_ENUM_ROW(ZPP_SYNCIN_INV), ZP_ENUM_ROW(ZPP_DYNAMIC_NR2), ZP_ENUM_ROW(ZPP_JPEG),
-    ZP_ENUM_ROW(ZPP_IMG_ZOOM), ZP_ENUM_ROW(ZPP_IMG_ZOOM_WID), ZP_ENUM_ROW(ZPP_IMG_ZOOM_HGT),
-    ZP_ENUM_ROW(ZPP_AE_CUR_LUMA), ZP_ENUM_ROW(ZPP_BROC_TOT_LEN), ZP_ENUM_ROW(ZPP_BROC_CURR_SECT),
-    ZP_ENUM_ROW(ZPP_HD_ZOOM_2R), ZP_ENUM_ROW(ZPP_FRAME_SIZE_IMG), ZP_ENUM_ROW(ZPP_SYNC_COUNT),
-    ZP_ENUM_ROW(ZPP_AE_MIN_EXP), ZP_ENUM_ROW(ZPP_AE_MAX_EXP), ZP_ENUM_ROW(ZPP_BATTERY_STATUS),
-    ZP_ENUM_ROW(ZPP_JPEG_QUAL), ZP_ENUM_ROW(ZPP_SSD_STRM_PER), ZP_ENUM_ROW(ZPP_SSD_MAX_FRMS),
-    ZP_ENUM_ROW(ZPP_GAMMA_LEVEL), ZP_ENUM_ROW(ZPP_GAMMA1), ZP_ENUM_ROW(ZPP_GAMMA_LEVEL1),
-    ZP_ENUM_ROW(ZPP_MISS_STEP_CNT), ZP_ENUM_ROW(ZPP_EXEC_STEP_CNT), ZP_ENUM_ROW(ZPP_EXT_FREQ),
-    ZP_ENUM_ROW(ZPP_SSD_WRITE_PERC), ZP_ENUM_ROW(ZPP_RAW_RD_TSTAMP), ZP_ENUM_ROW(ZPP_NONE),
+    ZP_ROW(ZPP_GAIN), ZP_ROW(ZPP_EXPOSURE), ZP_ROW(ZPP_IMG_FORMAT), ZP_ROW(ZPP_PIX_DEPTH),
+    ZP_ROW(ZPP_PIX_GAIN), ZP_ROW(ZPP_SYNCIN_CFG), ZP_ROW(ZPP_REC_MODE), ZP_ROW(ZPP_EXP_MODE),
+    ZP_ROW(ZPP_BINNING), ZP_ROW(ZPP_CI_MODE), ZP_ROW(ZPP_TRIGIN_CFG), ZP_ROW(ZPP_MAX_WIDTH),
+    ZP_ROW(ZPP_MAX_HEIGHT), ZP_ROW(ZPP_ROIX), ZP_ROW(ZPP_ROIY), ZP_ROW(ZPP_ROIWIDTH), ZP_ROW(ZPP_ROIHEIGHT),
+    ZP_ROW(ZPP_PERIOD), ZP_ROW(ZPP_PERIOD_MIN), ZP_ROW(ZPP_IRIG), ZP_ROW(ZPP_SYNCOUT_CFG),
+    ZP_ROW(ZPP_TRIGIN_DEB), ZP_ROW(ZPP_TRIGIN_DEL), ZP_ROW(ZPP_SYNCOUT_WID), ZP_ROW(ZPP_SYNCOUT_DEL),
+    ZP_ROW(ZPP_SYNCIN_DEB), ZP_ROW(ZPP_SYNCIN_DEL), ZP_ROW(ZPP_HDMI_MODE), ZP_ROW(ZPP_PREV_MODE),
+    ZP_ROW(UNDEFINED), ZP_ROW(ZPP_NOISE_RED), ZP_ROW(ZPP_NOISE_SENS), ZP_ROW(ZPP_NOISE_DKCOL),
+    ZP_ROW(ZPP_NOISE_AUTO), ZP_ROW(ZPP_VIDEO_MODE), ZP_ROW(ZPP_NET_PERFORM), ZP_ROW(ZPP_PLUS),
+    ZP_ROW(ZPP_GAMMA), ZP_ROW(ZPP_FRAMES), ZP_ROW(ZPP_PRE_TRIG), ZP_ROW(ZPP_BROC_LEN), ZP_ROW(ZPP_FRAME_CAP),
+    ZP_ROW(ZPP_1ST_FRM_IDX), ZP_ROW(ZPP_STARTADDRLO), ZP_ROW(ZPP_STARTADDRHI), ZP_ROW(ZPP_NOISE_APSC),
+    ZP_ROW(ZPP_EXT_PERIOD), ZP_ROW(ZPP_EXT_PULSE_WID), ZP_ROW(ZPP_CMP_RATIO), ZP_ROW(ZPP_FRAME_SIZE),
+    ZP_ROW(ZPP_EXPOSURE_MAX), ZP_ROW(ZPP_EXPOSURE_DBL), ZP_ROW(ZPP_XDR_RATIO), ZP_ROW(ZPP_XDR_CONTRAST),
+    ZP_ROW(ZPP_DYNAMIC_NR), ZP_ROW(ZPP_SHARPEN), ZP_ROW(ZPP_BRIGHTNESS), ZP_ROW(ZPP_CONTRAST),
+    ZP_ROW(ZPP_HUE), ZP_ROW(ZPP_SATURATION), ZP_ROW(ZPP_WB_11), ZP_ROW(ZPP_WB_12), ZP_ROW(ZPP_WB_13),
+    ZP_ROW(ZPP_WB_21), ZP_ROW(ZPP_WB_22), ZP_ROW(ZPP_WB_23), ZP_ROW(ZPP_WB_31), ZP_ROW(ZPP_WB_32),
+    ZP_ROW(ZPP_WB_33), ZP_ROW(ZPP_BOARD_TEMP), ZP_ROW(ZPP_MT_CFG), ZP_ROW(ZPP_MT_THRESHOLD),
+    ZP_ROW(ZPP_MT_ROIX), ZP_ROW(ZPP_MT_ROIY), ZP_ROW(ZPP_MT_ROIWIDTH), ZP_ROW(ZPP_MT_ROIHEIGHT),
+    ZP_ROW(ZPP_DGR_SIZE), ZP_ROW(ZPP_AE_ENABLE), ZP_ROW(ZPP_AE_ROIX), ZP_ROW(ZPP_AE_ROIY),
+    ZP_ROW(ZPP_AE_ROIWIDTH), ZP_ROW(ZPP_AE_ROIHEIGHT), ZP_ROW(ZPP_AE_REFERENCE), ZP_ROW(ZPP_AE_SPEED),
+    ZP_ROW(ZPP_AE_EXPOSURE), ZP_ROW(ZPP_PROP), ZP_ROW(ZPP_PROP_WR_BLK), ZP_ROW(ZPP_PROP_ABORT),
+    ZP_ROW(ZPP_SYNCOUT_ALIGN), ZP_ROW(ZPP_MARKER_CFG), ZP_ROW(ZPP_MARKER_VAL), ZP_ROW(ZPP_CI_THR),
+    ZP_ROW(ZPP_CLOCK_SPEED), ZP_ROW(ZPP_HD_ROI), ZP_ROW(ZPP_GAUSS_FLT), ZP_ROW(ZPP_ROT_ANGLE),
+    ZP_ROW(ZPP_FLIP), ZP_ROW(ZPP_LUT), ZP_ROW(ZPP_LUT_CHN_MASK), ZP_ROW(ZPP_HDMI_OVERLAY),
+    ZP_ROW(ZPP_WBTBL_TEMP), ZP_ROW(ZPP_HD_ZOOM), ZP_ROW(ZPP_HD_ZOOM_X), ZP_ROW(ZPP_HD_ZOOM_Y),
+    ZP_ROW(ZPP_SHARPEN_THR), ZP_ROW(ZPP_SYNCIN_INV), ZP_ROW(ZPP_DYNAMIC_NR2), ZP_ROW(ZPP_JPEG),
+    ZP_ROW(ZPP_IMG_ZOOM), ZP_ROW(ZPP_IMG_ZOOM_WID), ZP_ROW(ZPP_IMG_ZOOM_HGT), ZP_ROW(ZPP_AE_CUR_LUMA),
+    ZP_ROW(ZPP_BROC_TOT_LEN), ZP_ROW(ZPP_BROC_CURR_SECT), ZP_ROW(ZPP_HD_ZOOM_2R), ZP_ROW(ZPP_FRAME_SIZE_IMG),
+    ZP_ROW(ZPP_SYNC_COUNT), ZP_ROW(ZPP_AE_MIN_EXP), ZP_ROW(ZPP_AE_MAX_EXP), ZP_ROW(ZPP_BATTERY_STATUS),
+    ZP_ROW(ZPP_JPEG_QUAL), ZP_ROW(ZPP_SSD_STRM_PER), ZP_ROW(ZPP_SSD_MAX_FRMS), ZP_ROW(ZPP_GAMMA_LEVEL),
+    ZP_ROW(ZPP_GAMMA1), ZP_ROW(ZPP_GAMMA_LEVEL1), ZP_ROW(ZPP_MISS_STEP_CNT), ZP_ROW(ZPP_EXEC_STEP_CNT),
+    ZP_ROW(ZPP_EXT_FREQ), ZP_ROW(ZPP_SSD_WRITE_PERC), ZP_ROW(ZPP_RAW_RD_TSTAMP), ZP_ROW(ZPP_NONE),
 };
-#undef ZP_ENUM_ROW
+#undef ZP_ROW
 // clang-format on
-
-template <std::size_t N>
-std::map<int, std::string> ToMap(const Row (&rows)[N]) {
-    std::map<int, std::string> map;
-    for (const Row& row : rows) map[row.code] = row.text;
-    return map;
-}
 
 std::string Format(const char* format, int code) {
     char text[64];
@@ -195,68 +180,64 @@ std::string Format(const char* format, int code) {
 
 using Lookup = void (CXTrace::*)(int, char*);
 
+// The text written over a filled buffer; it must be terminated within the buffer.
+std::string Describe(Lookup lookup, int code) {
+    CXTrace trace;
+    char text[128];
+    std::memset(text, '#', sizeof(text));
+    (trace.*lookup)(code, text);
+    return std::string(text, strnlen(text, sizeof(text)));
+}
+
 // Each code from first to last gives its row's text, or the fallback when no row lists it.
 template <std::size_t N>
 void ExpectTable(Lookup lookup, const Row (&rows)[N], int first, int last, const char* fallback) {
-    const std::map<int, std::string> expected = ToMap(rows);
-    CXTrace trace;
+    std::map<int, std::string> expected;
+    for (const Row& row : rows) expected[row.code] = row.text;
     for (int code = first; code <= last; ++code) {
-        char text[128];
-        std::memset(text, '#', sizeof(text));
-        (trace.*lookup)(code, text);
         const auto row = expected.find(code);
-        const std::string want = row != expected.end() ? row->second : Format(fallback, code);
-        EXPECT_EQ(want, text) << "code " << code;
+        EXPECT_EQ(row != expected.end() ? row->second : Format(fallback, code), Describe(lookup, code))
+            << "code " << code;
     }
 }
 
-std::string Describe(Lookup lookup, int code) {
-    CXTrace trace;
-    char text[128] = {};
-    (trace.*lookup)(code, text);
-    return text;
-}
-
-TEST(Descriptions, EthernetCommandsEveryRowAndFallback) {
+TEST(Descriptions, EveryCodeGivesItsRowOrTheFallback) {
     EXPECT_EQ(90u, sizeof(kTWRows) / sizeof(kTWRows[0]));
     ExpectTable(&CXTrace::GetTWCommandDescr, kTWRows, -2, 300, "Command %02X");
-}
-
-TEST(Descriptions, EthernetCommandEdgeCases) {
-    EXPECT_EQ("Get Camera State", Describe(&CXTrace::GetTWCommandDescr, 0x40));
-    EXPECT_EQ("Command 02", Describe(&CXTrace::GetTWCommandDescr, 0x02));
-    EXPECT_EQ("Command A4", Describe(&CXTrace::GetTWCommandDescr, 0xA4));
-    EXPECT_EQ("Configre Strobe Output", Describe(&CXTrace::GetTWCommandDescr, 0x83));
-    EXPECT_EQ("Command 100", Describe(&CXTrace::GetTWCommandDescr, 0x100));
-}
-
-TEST(Descriptions, BinaryCommandsEveryRowAndFallback) {
     EXPECT_EQ(60u, sizeof(kKAVRows) / sizeof(kKAVRows[0]));
     ExpectTable(&CXTrace::GetKAVCommandDescr, kKAVRows, -2, 300, "Command %02X");
-    EXPECT_EQ("Command D9", Describe(&CXTrace::GetKAVCommandDescr, 0xD9));
-    EXPECT_EQ("Command 08", Describe(&CXTrace::GetKAVCommandDescr, 0x08));
+    ExpectTable(&CXTrace::GetKAVCommandErrorDescr, kResultRows, -2, 300, "Error %02X");
+    ExpectTable(&CXTrace::GetHardwareErrorString, kHardwareRows, -3, 4100, "");
+    ExpectTable(&CXTrace::GetHardwareErrorString, kHardwareRows, 9990, 10010, "");
+    ExpectTable(&CXTrace::BuildStringFromGEError, kEnumerationRows, -20, 5, "No error");
 }
 
-TEST(Descriptions, BinaryResultsEveryRowAndFallback) {
-    ExpectTable(&CXTrace::GetKAVCommandErrorDescr, kResultRows, -2, 300, "Error %02X");
-    EXPECT_EQ("Error 0C", Describe(&CXTrace::GetKAVCommandErrorDescr, 12));
-    EXPECT_EQ("Error 0A", Describe(&CXTrace::GetKAVCommandErrorDescr, 10));
+TEST(Descriptions, SpotChecks) {
+    const Lookup tw = &CXTrace::GetTWCommandDescr, bin = &CXTrace::GetKAVCommandDescr;
+    const Lookup result = &CXTrace::GetKAVCommandErrorDescr, param = &CXTrace::GetParameterDescr;
+    const Lookup hw = &CXTrace::GetHardwareErrorString, ge = &CXTrace::BuildStringFromGEError;
+    const struct {
+        Lookup lookup;
+        int code;
+        const char* text;
+    } rows[] = {
+        {tw, 0x40, "Get Camera State"}, {tw, 0x02, "Command 02"}, {tw, 0xA4, "Command A4"},
+        {tw, 0x100, "Command 100"}, {tw, 0x83, "Configre Strobe Output"}, {bin, 0xD9, "Command D9"},
+        {bin, 0x08, "Command 08"}, {result, 12, "Error 0C"}, {result, 10, "Error 0A"},
+        {param, 132, "Parameter 132"}, {param, -1, "Parameter -1"}, {param, 109, "ZPP_IMG_ZOOM_WID "},
+        {param, 131, "None"}, {hw, 2011, ""}, {hw, 0, "Successfull Operation."},
+        {hw, 2008, "GE - The device is disconnected."}, {ge, 0, "No error"}, {ge, -12, "No error"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(row.text, Describe(row.lookup, row.code)) << "code " << row.code;
 }
 
 TEST(Descriptions, ParameterNamesEveryRowAndFallback) {
     ASSERT_EQ(132u, sizeof(kParameterTexts) / sizeof(kParameterTexts[0]));
-    CXTrace trace;
     for (int parameter = -3; parameter <= 140; ++parameter) {
-        char text[128] = {};
-        trace.GetParameterDescr(parameter, text);
         const std::string want = parameter >= 0 && parameter <= 131 ? std::string(kParameterTexts[parameter])
                                                                     : Format("Parameter %d", parameter);
-        EXPECT_EQ(want, text) << "parameter " << parameter;
+        EXPECT_EQ(want, Describe(&CXTrace::GetParameterDescr, parameter)) << "parameter " << parameter;
     }
-    EXPECT_EQ("Parameter 132", Describe(&CXTrace::GetParameterDescr, 132));
-    EXPECT_EQ("Parameter -1", Describe(&CXTrace::GetParameterDescr, -1));
-    EXPECT_EQ("ZPP_IMG_ZOOM_WID ", Describe(&CXTrace::GetParameterDescr, 109));
-    EXPECT_EQ("None", Describe(&CXTrace::GetParameterDescr, 131));
 }
 
 TEST(Descriptions, ParameterEnumMatchesNames) {
@@ -270,36 +251,6 @@ TEST(Descriptions, ParameterEnumMatchesNames) {
     }
 }
 
-TEST(Descriptions, HardwareErrorsEveryRowAndEmptyOtherwise) {
-    const std::map<int, std::string> expected = ToMap(kHardwareRows);
-    CXTrace trace;
-    std::vector<int> codes;
-    for (int code = -3; code <= 4100; ++code) codes.push_back(code);
-    for (int code = 9990; code <= 10010; ++code) codes.push_back(code);
-    for (int code : codes) {
-        char text[128];
-        std::memset(text, '#', sizeof(text));
-        trace.GetHardwareErrorString(code, text);
-        const auto row = expected.find(code);
-        EXPECT_EQ(row != expected.end() ? row->second : std::string(), text) << "code " << code;
-    }
-    EXPECT_EQ("", Describe(&CXTrace::GetHardwareErrorString, 2011));
-    EXPECT_EQ("GE - The device is disconnected.", Describe(&CXTrace::GetHardwareErrorString, 2008));
-    EXPECT_EQ("Successfull Operation.", Describe(&CXTrace::GetHardwareErrorString, 0));
-}
-
-TEST(Descriptions, EnumerationErrorsEveryRowAndFallback) {
-    const std::map<int, std::string> expected = ToMap(kEnumerationRows);
-    for (int code = -20; code <= 5; ++code) {
-        const auto row = expected.find(code);
-        EXPECT_EQ(row != expected.end() ? row->second : std::string("No error"),
-                  Describe(&CXTrace::BuildStringFromGEError, code))
-            << "code " << code;
-    }
-    EXPECT_EQ("No error", Describe(&CXTrace::BuildStringFromGEError, 0));
-    EXPECT_EQ("No error", Describe(&CXTrace::BuildStringFromGEError, -12));
-}
-
 std::string CommandString(const std::string& line) {
     CXTrace trace;
     std::vector<char> input(line.begin(), line.end());
@@ -310,17 +261,12 @@ std::string CommandString(const std::string& line) {
     return text;
 }
 
-TEST(PrintableCommandLine, LineEndsBecomeSpaces) {
-    EXPECT_EQ("#0140  ", CommandString("#0140\r\n"));
-    EXPECT_EQ("#01 11 x", CommandString("#01\r11\nx"));
-    EXPECT_EQ("", CommandString(""));
-}
-
-TEST(PrintableCommandLine, CutAtEightyCharacters) {
+TEST(PrintableCommandLine, LineEndsBecomeSpacesAndTheLineIsCutAtEighty) {
     const std::string eighty(80, 'a');
-    EXPECT_EQ(eighty, CommandString(eighty));
-    EXPECT_EQ(eighty, CommandString(eighty + "bcd\r\n"));
-    EXPECT_EQ(std::string(79, 'a') + " ", CommandString(std::string(79, 'a') + "\r\n"));
+    const std::pair<std::string, std::string> rows[] = {
+        {"#0140\r\n", "#0140  "}, {"#01\r11\nx", "#01 11 x"}, {"", ""}, {eighty, eighty},
+        {eighty + "bcd\r\n", eighty}, {std::string(79, 'a') + "\r\n", std::string(79, 'a') + " "}};
+    for (const auto& row : rows) EXPECT_EQ(row.second, CommandString(row.first)) << row.first;
 }
 
 std::string FrameString(const std::vector<std::uint8_t>& frame) {
@@ -356,27 +302,17 @@ std::string PayloadHex(int count) {
     return hex;
 }
 
-TEST(PrintableFrame, PayloadCutToFortyBytes) {
-    const std::string text = FrameString(Frame(0x07, 60));
-    EXPECT_EQ(
-        "01 02 03 07 1234 ABCD 101112131415161718191A1B1C1D1E1F202122232425262728292A2B2C2D2E2F"
-        "3031323334353637",
-        text);
-    EXPECT_EQ(21u + 1u + 80u, text.size());
-    EXPECT_EQ("01 02 03 07 1234 ABCD " + PayloadHex(40), FrameString(Frame(0x07, 48)));
-    EXPECT_EQ("01 02 03 07 1234 ABCD " + PayloadHex(12), FrameString(Frame(0x07, 20)));
-}
-
-TEST(PrintableFrame, NineBytesAndHeaderOnly) {
-    EXPECT_EQ("01 02 03 07 1234 ABCD 10", FrameString(Frame(0x07, 9)));
-    EXPECT_EQ("01 02 03 07 1234 ABCD", FrameString(Frame(0x07, 8)));
-    EXPECT_EQ("01 02 03 15 1234 ABCD", FrameString(Frame(0x15, 60)));
-}
-
-TEST(PrintableFrame, ShortFramesPrintEveryByte) {
-    EXPECT_EQ("0A0B0C0D0E", FrameString({0x0A, 0x0B, 0x0C, 0x0D, 0x0E}));
-    EXPECT_EQ("FF", FrameString({0xFF}));
-    EXPECT_EQ("", FrameString({}));
+TEST(PrintableFrame, HeaderThenAtMostFortyPayloadBytes) {
+    const std::string head = "01 02 03 07 1234 ABCD";
+    const std::pair<std::vector<std::uint8_t>, std::string> rows[] = {
+        {Frame(0x07, 60), head + " 101112131415161718191A1B1C1D1E1F202122232425262728292A2B2C2D2E2F"
+                                 "3031323334353637"},
+        {Frame(0x07, 48), head + " " + PayloadHex(40)}, {Frame(0x07, 20), head + " " + PayloadHex(12)},
+        {Frame(0x07, 9), head + " 10"}, {Frame(0x07, 8), head}, {Frame(0x15, 60), "01 02 03 15 1234 ABCD"},
+        // Frames shorter than a header print every byte.
+        {{0x0A, 0x0B, 0x0C, 0x0D, 0x0E}, "0A0B0C0D0E"}, {{0xFF}, "FF"}, {{}, ""}};
+    for (const auto& row : rows) EXPECT_EQ(row.second, FrameString(row.first)) << row.first.size() << " B";
+    EXPECT_EQ(21u + 1u + 80u, rows[0].second.size());
 }
 
 TEST(PrintableFrame, BulkDataCommandsPrintOnlyTheHeader) {

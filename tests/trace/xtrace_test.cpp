@@ -152,15 +152,14 @@ TEST(TraceNames, OverlongNameIsCut) {
 TEST(TraceNames, SplitAtTheLastDot) {
     char base[512];
     char extension[256];
-    zptrace::SplitLogName("/tmp/cam.log", base, sizeof(base), extension, sizeof(extension));
-    EXPECT_STREQ("/tmp/cam", base);
-    EXPECT_STREQ(".log", extension);
-    zptrace::SplitLogName("/tmp/camlog", base, sizeof(base), extension, sizeof(extension));
-    EXPECT_STREQ("/tmp/camlog", base);
-    EXPECT_STREQ("", extension);
-    zptrace::SplitLogName("/tmp/a.b/log", base, sizeof(base), extension, sizeof(extension));
-    EXPECT_STREQ("/tmp/a", base);
-    EXPECT_STREQ(".b/log", extension);
+    const char* const rows[][3] = {
+        {"/tmp/cam.log", "/tmp/cam", ".log"}, {"/tmp/camlog", "/tmp/camlog", ""},
+        {"/tmp/a.b/log", "/tmp/a", ".b/log"}};
+    for (const auto& row : rows) {
+        zptrace::SplitLogName(row[0], base, sizeof(base), extension, sizeof(extension));
+        EXPECT_STREQ(row[1], base);
+        EXPECT_STREQ(row[2], extension);
+    }
 }
 
 TEST(TraceNames, DailyNameAddsYearAndMonthOffsets) {
