@@ -26,6 +26,8 @@ public:
     unsigned int Lock(unsigned int timeout);
     void Unlock();
     void EnableTrace(unsigned int id, const char* name, unsigned int mode);
+    // The error code survives successful operations until the host clears it here.
+    void ResetErrorCode() { m_nErrorCode = 0; }
 
     // Operations, in table order. Results: non-zero success, 0 failure (unsupported).
     virtual unsigned int WiFiEnumAccessPoints(_ZP_ENUMITEMEX* item, _RSP_WIFISCAN_DATA* data);

@@ -248,7 +248,148 @@ typedef struct _RSP_WIFISCAN_DATA _RSP_WIFISCAN_DATA;
 /* Announcement callback: context given at registration, then the announcement text. */
 typedef void (*ZP_ANNOUNCEMENT_CALLBACK)(void* context, char* text);
 
-/* ---- Exported port functions (Po...) go here. ---- */
+/* ---- Exported port functions ----
+ * A port handle is the address of a port made by PoOpen; the host never looks inside it.
+ * Unless stated otherwise a call returns 0 on success, 1 when the port operation fails or is not
+ * supported and 2 for a null handle. */
+typedef void* ZP_PORT_HANDLE;
+
+#define ZP_PO_SUCCESS 0u
+#define ZP_PO_FAILURE 1u
+#define ZP_PO_NULL_HANDLE 2u
+#define ZP_PO_FLASH_129 5001u
+#define ZP_PO_FLASH_130 5002u
+
+/* Loader entry kept for hosts of other platforms: does nothing, returns 1. */
+ZP_EXPORT unsigned int DllMain(void* module, unsigned int reason, void* reserved);
+
+/* Link set-up: remember the adapter address that discovery uses; both return 0. */
+ZP_EXPORT unsigned int PoLinkInit(unsigned int adapterAddress);
+ZP_EXPORT unsigned int PoLinkDeinit(void);
+
+/* Discovery with a temporary port: always 0, whatever it found. */
+ZP_EXPORT unsigned int PoEnumerate(_ZP_ENUMITEMEX* items, unsigned int* count, unsigned int option);
+
+/* 0 and the handle in *out on success; else the port's error code if set, else 1 (out untouched). */
+ZP_EXPORT unsigned int PoOpen(_ZP_ENUMITEMEX* item, ZP_PORT_HANDLE* out);
+
+/* Lifetime, error code, outer lock and trace: 0; 2 for a null handle. */
+ZP_EXPORT unsigned int PoClose(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoResetErrorCode(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoGetErrorCode(ZP_PORT_HANDLE handle, unsigned int* code);
+ZP_EXPORT unsigned int PoLock(ZP_PORT_HANDLE handle, unsigned int timeout, unsigned int* result);
+ZP_EXPORT unsigned int PoUnlock(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoEnablePortLog(ZP_PORT_HANDLE handle, unsigned int id, const char* name,
+                                       unsigned int mode);
+
+/* Calls with their own argument handling: 0 success, 1 failure, 2 null handle. */
+ZP_EXPORT unsigned int PoWriteData(ZP_PORT_HANDLE handle, int which, void* data, unsigned int size);
+ZP_EXPORT unsigned int PoPrepareForRead(ZP_PORT_HANDLE handle, int which, int value);
+ZP_EXPORT unsigned int PoGetStatus(ZP_PORT_HANDLE handle, int which, unsigned int* status);
+ZP_EXPORT unsigned int PoWriteQR52Register(ZP_PORT_HANDLE handle, int value);
+
+/* 0 success, 5001 / 5002 when the port reports 129 / 130, 1 otherwise, 2 for a null handle. */
+ZP_EXPORT unsigned int PoReadFlashMemoryBlocks(ZP_PORT_HANDLE handle, unsigned int first,
+                                               unsigned int count, void* buffer);
+/* Sends nothing: 0, or 2 for a null handle. */
+ZP_EXPORT unsigned int PoWriteFlashMemoryBlocks(ZP_PORT_HANDLE handle, unsigned int first,
+                                                unsigned int count, void* buffer);
+
+/* Ethernet-port queries: 0 success, 1 failure, 2 for a null handle. */
+ZP_EXPORT unsigned int PoGetVendorInfo(ZP_PORT_HANDLE handle, _VENDOR_INFO* info);
+ZP_EXPORT unsigned int PoGetLatestFrameIndex(ZP_PORT_HANDLE handle, unsigned int* index);
+
+/* Address set-up of an enumerated camera through a temporary port: 0 success, 1 failure. */
+ZP_EXPORT unsigned int PoSetIpAddress(_ZP_ENUMITEMEX* item, unsigned int address, unsigned int mask);
+ZP_EXPORT unsigned int PoGetIpAddress(_ZP_ENUMITEMEX* item, unsigned int* address, unsigned int* mask);
+
+/* Not supported by the Ethernet port: touch no camera and always return 1. */
+ZP_EXPORT unsigned int PoSetCmdPort(_ZP_ENUMITEMEX* item, unsigned int port);
+ZP_EXPORT unsigned int PoSetDefaultGw(_ZP_ENUMITEMEX* item, unsigned int gateway);
+ZP_EXPORT unsigned int PoWiFiEnumAccessPoints(_ZP_ENUMITEMEX* item, _RSP_WIFISCAN_DATA* data);
+ZP_EXPORT unsigned int PoWiFiSendCommand(_ZP_ENUMITEMEX* item, unsigned int command, void* data);
+
+/* Image reads return the operation's own result (1 success, 0 failure); 2 for a null handle. */
+ZP_EXPORT unsigned int PoPreReadImage(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b,
+                                      unsigned int c);
+ZP_EXPORT unsigned int PoReadImage(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, unsigned int c,
+                                   unsigned char* buffer, unsigned int size, int d, unsigned int e,
+                                   unsigned int* f);
+
+/* Forwarding calls: 0 when the port operation succeeds (any non-zero result), 1 when it returns 0,
+ * 2 for a null handle. */
+ZP_EXPORT unsigned int PoReset(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoEraseMemory(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoStopReading(ZP_PORT_HANDLE handle, int a, int b);
+ZP_EXPORT unsigned int PoReadData(ZP_PORT_HANDLE handle, void* buffer, unsigned int size);
+ZP_EXPORT unsigned int PoReadADCMemory(ZP_PORT_HANDLE handle, void* buffer, unsigned int size);
+ZP_EXPORT unsigned int PoWriteADCMemory(ZP_PORT_HANDLE handle, void* buffer, unsigned int size);
+ZP_EXPORT unsigned int PoGetBufferTrashSize(ZP_PORT_HANDLE handle, unsigned short* size);
+ZP_EXPORT unsigned int PoTrigger(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoSetFrameSize(ZP_PORT_HANDLE handle, unsigned int width, unsigned int height);
+ZP_EXPORT unsigned int PoWriteCameraName(ZP_PORT_HANDLE handle, char const* name);
+ZP_EXPORT unsigned int PoSetAnnouncementCallback(ZP_PORT_HANDLE handle, ZP_ANNOUNCEMENT_CALLBACK callback,
+                                                 void* context);
+ZP_EXPORT unsigned int PoGetPortParameter(ZP_PORT_HANDLE handle, ZP_PARAM parameter, unsigned int* value);
+ZP_EXPORT unsigned int PoGetPortBrocParameter(ZP_PORT_HANDLE handle, ZP_PARAM parameter,
+                                              unsigned int* value);
+ZP_EXPORT unsigned int PoReadInfo(ZP_PORT_HANDLE handle, unsigned int item, unsigned int* value1,
+                                  unsigned int* value2);
+ZP_EXPORT unsigned int PoReadToVideo(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, unsigned int c);
+ZP_EXPORT unsigned int PoStartGrab(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, unsigned int c,
+                                   unsigned int d, unsigned int e);
+ZP_EXPORT unsigned int PoStopGrab(ZP_PORT_HANDLE handle, unsigned int* value);
+ZP_EXPORT unsigned int PoGetTriggerPos(ZP_PORT_HANDLE handle, unsigned int* first, unsigned int* second);
+ZP_EXPORT unsigned int PoOpenGrab(ZP_PORT_HANDLE handle, unsigned int a, int b, int c);
+ZP_EXPORT unsigned int PoCloseGrab(ZP_PORT_HANDLE handle, int a);
+ZP_EXPORT unsigned int PoWriteDACs(ZP_PORT_HANDLE handle, unsigned int* values, unsigned int count);
+ZP_EXPORT unsigned int PoReadWriteEEPROM(ZP_PORT_HANDLE handle, unsigned int write, void* buffer,
+                                         unsigned int size);
+ZP_EXPORT unsigned int PoReadWriteSensorRegs(ZP_PORT_HANDLE handle, unsigned int write, void* buffer,
+                                             unsigned int size);
+ZP_EXPORT unsigned int PoReadWriteCameraComment(ZP_PORT_HANDLE handle, unsigned int write, void* comment);
+ZP_EXPORT unsigned int PoFlashOperation(ZP_PORT_HANDLE handle, unsigned int operation, void* data);
+ZP_EXPORT unsigned int PoFlushSensor(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoSetConnectionFlag(ZP_PORT_HANDLE handle, unsigned int flag);
+ZP_EXPORT unsigned int PoAttach(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoGetAddressList(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b,
+                                        unsigned int* list);
+ZP_EXPORT unsigned int PoGetTotRecFrames(ZP_PORT_HANDLE handle, unsigned int* frames);
+ZP_EXPORT unsigned int PoConfigureWriteToDisk(ZP_PORT_HANDLE handle, unsigned int mode, char const* path,
+                                              char const* name, unsigned int flags);
+ZP_EXPORT unsigned int PoReadRegister(ZP_PORT_HANDLE handle, unsigned int reg, unsigned int* value);
+ZP_EXPORT unsigned int PoWriteRegister(ZP_PORT_HANDLE handle, unsigned int reg, unsigned int value);
+ZP_EXPORT unsigned int PoReadBkgAndPSCBuffers(ZP_PORT_HANDLE handle, void* a, void* b, void* c,
+                                              unsigned int size1, void* d, void* e, void* f,
+                                              unsigned int size2);
+ZP_EXPORT unsigned int PoWriteClockSpeed(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b,
+                                         unsigned int* c);
+ZP_EXPORT unsigned int PoReadWriteLookupTable(ZP_PORT_HANDLE handle, unsigned int write, void* buffer,
+                                              unsigned int count);
+ZP_EXPORT unsigned int PoDebug(ZP_PORT_HANDLE handle, unsigned int code, unsigned int value, void* data);
+ZP_EXPORT unsigned int PoReadFwInfo(ZP_PORT_HANDLE handle, void* buffer, unsigned int size);
+ZP_EXPORT unsigned int PoWriteCurrCalib(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b,
+                                        unsigned int c, unsigned int d, void* data);
+ZP_EXPORT unsigned int PoReadMemory(ZP_PORT_HANDLE handle, ZP_MEM_TYPE type, unsigned int addressLow,
+                                    unsigned int addressHigh, void* buffer, unsigned int length);
+ZP_EXPORT unsigned int PoWriteMemory(ZP_PORT_HANDLE handle, ZP_MEM_TYPE type, unsigned int addressLow,
+                                     unsigned int addressHigh, void* buffer, unsigned int length);
+ZP_EXPORT unsigned int PoSetRegisterConstraints(ZP_PORT_HANDLE handle, _ZP_REGISTER_CONSTRAINT* list,
+                                                unsigned int count);
+ZP_EXPORT unsigned int PoGetRegisterConstraints(ZP_PORT_HANDLE handle, _ZP_REGISTER_CONSTRAINT* list,
+                                                unsigned int* count);
+ZP_EXPORT unsigned int PoPlayBackVideo(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, unsigned int c,
+                                       unsigned int d, unsigned int e, unsigned int f);
+ZP_EXPORT unsigned int PoPlayBackVideoStatus(ZP_PORT_HANDLE handle, unsigned int* a, unsigned char* b,
+                                             unsigned char* c);
+ZP_EXPORT unsigned int PoSetPllPhase(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b);
+ZP_EXPORT unsigned int PoConfigureSteps(ZP_PORT_HANDLE handle, _PROGSTEPS_DATA* program);
+ZP_EXPORT unsigned int PoReadRecordedSegments(ZP_PORT_HANDLE handle, unsigned char* buffer,
+                                              unsigned int* count);
+ZP_EXPORT unsigned int PoSetPortParameter(ZP_PORT_HANDLE handle, unsigned int parameter, unsigned int value);
+ZP_EXPORT unsigned int PoSendTiming(ZP_PORT_HANDLE handle, void* timing);
+ZP_EXPORT unsigned int PoGetTime(ZP_PORT_HANDLE handle, unsigned int* a, int* b, unsigned int* c, int* d,
+                                 unsigned int* e);
 
 ZP_EXTERN_C_END
 

@@ -20,7 +20,8 @@ soname=$(readelf -d "$libdir/libZpPortTW.so.2" | sed -n 's/.*(SONAME).*\[\(.*\)\
 
 # Exports: plain C names, C++ signatures where typed, nothing internal.
 symbols=$(nm -D --defined-only "$libdir/libZpPortTW.so.2" | awk '{print $3}')
-for sym in OS_ThreadCreate OS_SemWait OS_NetGetAdaptersInfo OS_NetPing OS_EnterCriticalSection; do
+for sym in OS_ThreadCreate OS_SemWait OS_NetGetAdaptersInfo OS_NetPing OS_EnterCriticalSection \
+           PoOpen PoClose PoGetStatus PoLinkDeinit PoReadImage DllMain; do
   grep -qx "$sym" <<<"$symbols" || fail "$sym is not exported unmangled"
 done
 for sym in OS_GetLocalTime OS_GetTickCount CheckDiskSpace strcmpi hex2i StringToMACAddress; do

@@ -96,4 +96,13 @@ bool Announcer::AnnounceState(std::uint8_t address, std::uint8_t state) const {
     return sent == static_cast<ssize_t>(text.size());
 }
 
+bool Announcer::AnnounceRaw(const std::string& datagram) const {
+    if (m_socket < 0) {
+        return false;
+    }
+    ssize_t sent = ::sendto(m_socket, datagram.data(), datagram.size(), 0,
+                            reinterpret_cast<const sockaddr*>(&m_destination), sizeof m_destination);
+    return sent == static_cast<ssize_t>(datagram.size());
+}
+
 }  // namespace zpsim

@@ -32,6 +32,9 @@ public:
     // Sends the state announcement ("#AA01A4SS\r\n"). Returns false when it could not be sent.
     bool AnnounceState(std::uint8_t address, std::uint8_t state) const;
 
+    // Sends the given datagram as it stands (malformed announcements for tests).
+    bool AnnounceRaw(const std::string& datagram) const;
+
 private:
     void Close();
 

@@ -1,6 +1,7 @@
 // The run-time control channel: text lines that change faults and state of running cameras.
 //   [@<camera ip>] silent on|off | result <code> <result>|off | drop <n> | delay <ms> | clear
 //   [@<camera ip>] state <hex> | arm | playback | frames <n> | ping
+//   [@<camera ip>] announce <text>|fill <n>   (sends that datagram as an announcement)
 // Lines without "@ip" apply to every camera. Answer: "OK" or "ERR <reason>".
 #include <sstream>
 
@@ -17,6 +18,10 @@ std::string ApplyToCamera(SimCamera& camera, const std::string& command) {
     std::string extra;
     in >> verb >> argument >> extra;
     CameraModel& model = camera.model;
+    if (verb == "announce" && !argument.empty()) {
+        std::string text = command.substr(command.find("announce") + 9);
+        return camera.announcer.AnnounceRaw(RawDatagram(text)) ? std::string() : "announcements are off";
+    }
     if (verb == "ping" && argument.empty()) {
         return {};
     }

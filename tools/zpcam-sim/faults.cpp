@@ -1,5 +1,6 @@
 #include "faults.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include "protocol.h"
@@ -22,6 +23,10 @@ FaultDecision FaultInjector::Decide(std::uint8_t commandCode) {
     auto it = m_config.results.find(commandCode);
     if (it != m_config.results.end()) {
         decision.result = it->second;
+    }
+    auto raw = m_config.raw.find(commandCode);
+    if (raw != m_config.raw.end()) {
+        decision.raw = raw->second;
     }
     decision.delayMs = m_config.delayMs;
     return decision;
@@ -58,7 +63,33 @@ bool AtEnd(std::istringstream& in) {
     return !(in >> rest);
 }
 
+// The rest of the line after the current position, without its leading space.
+std::string RestOfLine(std::istringstream& in) {
+    std::string rest;
+    std::getline(in, rest);
+    if (!rest.empty() && rest.front() == ' ') {
+        rest.erase(0, 1);
+    }
+    return rest;
+}
+
 }  // namespace
+
+std::string RawDatagram(const std::string& text) {
+    std::istringstream in(text);
+    std::string word;
+    std::string count;
+    std::string extra;
+    in >> word >> count >> extra;
+    auto size = ParseDecimal(count);
+    if (word != "fill" || !size || !extra.empty()) {
+        return text;
+    }
+    // "fill <n>": an accepted reply header followed by digits up to n bytes in all.
+    std::string datagram = "#0011";
+    datagram.resize(std::max<std::size_t>(datagram.size(), static_cast<std::size_t>(*size)), '0');
+    return datagram.substr(0, static_cast<std::size_t>(*size));
+}
 
 std::string FaultInjector::Apply(const std::string& command) {
     std::istringstream in(command);
@@ -94,6 +125,17 @@ std::string FaultInjector::Apply(const std::string& command) {
         }
         (verb == "drop" ? m_config.dropEvery : m_config.delayMs) = *count;
         m_replyCount = 0;
+    } else if (verb == "raw") {
+        auto code = ReadHexByte(in);
+        std::string text = RestOfLine(in);
+        if (!code || text.empty()) {
+            return "usage: raw <code> <text>|fill <n>|off";
+        }
+        if (text == "off") {
+            m_config.raw.erase(*code);
+        } else {
+            m_config.raw[*code] = RawDatagram(text);
+        }
     } else if (verb == "clear" && AtEnd(in)) {
         m_config = FaultConfig{};
         m_replyCount = 0;

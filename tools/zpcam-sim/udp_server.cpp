@@ -127,7 +127,8 @@ void UdpServer::Reply(SimCamera& camera, const sockaddr_in& sender, const Comman
     if (decision.result) {
         result.result = *decision.result;
     }
-    std::string reply = FormatReply(camera.model.Address(), result.result, command.code, result.data);
+    std::string reply = decision.raw ? *decision.raw
+                                     : FormatReply(camera.model.Address(), result.result, command.code, result.data);
     auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(decision.delayMs);
     m_pending.push_back(PendingReply{due, camera.commandSocket, sender, std::move(reply)});
 }

@@ -1,4 +1,4 @@
-/* A C host: the OS layer header compiles as C and its functions link. */
+/* A C host: the OS layer and port headers compile as C and their functions link. */
 #include <stdio.h>
 #include <zpport/BorderData.h>
 #include <zpport/OSLayer.h>
@@ -20,6 +20,7 @@ int main(void) {
     if (OS_SemWait(NULL, 0) != 0) return 1;
     if (sizeof(BORDER_DATA) != 1024 || ZPP_NONE != 131) return 1;
     if (sizeof(_ZP_ENUMITEMEX) != 1004) return 1;
+    if (PoLinkDeinit() != 0 || PoClose(NULL) != 2) return 1;
     printf("consumer.c: ok\n");
     return 0;
 }

@@ -1,0 +1,101 @@
+// CTWPort: the Ethernet port of the TW cameras. Every command is one ASCII line in a UDP
+// datagram to port 1027 of the camera; a listener thread follows the camera's announcements
+// and keeps the link alive.
+#ifndef ZPPORT_TWPORT_H
+#define ZPPORT_TWPORT_H
+
+#include <atomic>
+
+#include "CamPort.h"
+#include "OSLayer.h"
+#include "ZpExport.h"
+#include "ZpPortTW.h"
+
+class ZP_EXPORT CTWPort : public CCamPort {
+public:
+    CTWPort();
+    ~CTWPort() override;
+
+    // Session: open with one enumeration item (1 success, 0 failure), close (no result).
+    unsigned int Open(_ZP_ENUMITEMEX* item);
+    void Close();
+
+    // Link-wide setting: the adapter address discovery uses. The other arguments are ignored.
+    static void LinkInit(unsigned int enumAddress, unsigned int reserved, const char* name);
+    static void LinkDeinit();
+
+    // Command lock around each exchange; 0 at once while it does not exist.
+    unsigned int KALock(unsigned int timeout);
+    void KAUnLock();
+
+    // One ASCII exchange: 1 accepted, 0..255 the camera's other result code, -1 link lost /
+    // socket / wait / read failure, -2 no reply within the attempts, -4 short send.
+    // A timeout of -1 sends once and expects no reply. reply may be the same buffer as command.
+    int SendCmdAndGetRsp(char* command, char* reply, int replySize, char* cameraAddress, int timeout,
+                         int attempts, int force);
+    using CCamPort::SendCmdAndGetRsp;
+
+    unsigned int GetVendorInfo(_VENDOR_INFO* info);
+    void GetControllersVersion(unsigned int& first, unsigned int& second);
+    unsigned int GetLatestFrameIndex(unsigned int* index);
+    unsigned int ReadSysDataFromFlash(unsigned int which, unsigned int* value);
+    void IPAddressToMACAddress(unsigned int address, unsigned int& low, unsigned int& high);
+
+    // Discovery.
+    void Enumerate(_ZP_ENUMITEMEX* items, unsigned int* count, unsigned int existing);
+    unsigned int GetEnumInfo(_ZP_ENUMITEMEX* item);
+
+    // Overrides of the common interface (table order).
+    unsigned int SetIpAddress(_ZP_ENUMITEMEX* item, unsigned int address, unsigned int second) override;
+    unsigned int GetIpAddress(_ZP_ENUMITEMEX* item, unsigned int* address, unsigned int* second) override;
+    unsigned int ReadRegister(unsigned char reg, unsigned char* value) override;
+    unsigned int WriteRegister(unsigned char reg, unsigned char value) override;
+    unsigned int ReadData(void* buffer, unsigned int size) override;
+    unsigned int GetPortParameter(ZP_PARAM parameter, unsigned int* value) override;
+    unsigned int EraseMemory() override;
+    unsigned int GetStatus2(unsigned int* status) override;
+    unsigned int WriteData2(void* data, unsigned int size) override;
+    unsigned int ReadFlashMemoryBlocks(unsigned int first, unsigned int count, void* buffer) override;
+    unsigned int ReadCameraInfo(unsigned int item, unsigned int* value1, unsigned int* value2) override;
+    unsigned int WriteCameraName(char const* name) override;
+    unsigned int Attach() override;
+    unsigned int StopGrab(unsigned int* value) override;
+    unsigned int Trigger() override;
+    unsigned int Reset() override;
+    unsigned int ReadWriteCameraComment(unsigned int write, void* comment) override;
+
+    // Adapter address given to LinkInit; 0 means every adapter.
+    static unsigned int m_nEnumIPAdd;
+
+protected:
+    // Listener set-up and shut-down; the listener thread owns the socket once it runs.
+    bool StartListener();
+    void StopListener();
+    static void* AnnouncementsThread(void* port);
+    void ListenLoop(int socket);
+    void KeepAlive(char* buffer, unsigned int& failures);
+    void Announce(char* buffer, const char* sender);
+    void DestroyLocks();
+
+    // An ordinary command to the port's camera: the line is formatted into buffer, which then
+    // receives the reply. Returns the link's result.
+    int Command(char* buffer, int timeout, const char* format, ...) __attribute__((format(printf, 4, 5)));
+    int SendLine(char* buffer, int timeout);
+    int ReadReply(int socket, char* reply, int replySize);
+
+    std::atomic<int> m_nAnnSocket;                 // announcement socket; 0 when there is none
+    char m_szCameraAddress[32];                    // dotted text, destination of every command
+    std::atomic<unsigned char> m_byCameraAddress;  // bus address, first two digits of a line
+    std::atomic<unsigned char> m_byCameraState;    // last state reported; 0x11 after link loss
+    std::atomic<unsigned int> m_dwStopListener;
+    std::atomic<unsigned int> m_dwLinkLost;
+    OS_SEMAPHORE m_hKALock;            // command lock; made at the end of a good open
+    unsigned int m_dwAdapterAddress;   // host adapter of the multicast join
+    unsigned int m_dwOptionFlag;       // option value 1 at open: command 0x71 is sent
+    unsigned int m_dwState[6];         // session, upload and download state words
+    unsigned int m_dwFwVersion[2];     // controller versions kept by discovery
+    unsigned char* m_pDownloadBuffer;  // freed by the destructor if set
+    OS_THREAD m_hListener;             // announcement listener thread, null when none
+};
+
+#endif  // ZPPORT_TWPORT_H

@@ -1,0 +1,166 @@
+// The announcement listener: one thread per open port that reads the camera's announcements,
+// probes a silent camera with a keep-alive and reports loss and return of the link.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "twport/tw_port_internal.h"
+#include "zpport/AddressText.h"
+#include "zpport/TWPort.h"
+
+using namespace zptw;
+
+namespace {
+
+constexpr uint32_t kSilenceMs = 9999;           // a keep-alive goes out after more than this
+constexpr unsigned int kFailuresTolerated = 2;  // the failure after the third in a row reports
+constexpr unsigned int kEventState = 0xA4;
+constexpr size_t kCallbackTextPos = 9;
+
+int WaitReadable(int socket, long timeoutUs) {
+    pollfd entry{socket, POLLIN, 0};
+    timespec limit{timeoutUs / 1000000, (timeoutUs % 1000000) * 1000};
+    return ::ppoll(&entry, 1, &limit, nullptr);
+}
+
+// Closes the socket if nobody has done so yet: whoever takes the number closes it, once.
+void CloseOnce(std::atomic<int>& socket) {
+    const int number = socket.exchange(0);
+    if (number != 0) ::close(number);
+}
+
+}  // namespace
+
+bool CTWPort::StartListener() {
+    const int sock = ::socket(AF_INET, SOCK_DGRAM, 0);
+    if (sock < 0) return false;
+    const int one = 1;
+    if (::setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one) != 0) {
+        ::close(sock);
+        return false;
+    }
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = htonl(INADDR_ANY);
+    local.sin_port = htons(kAnnouncementPort);
+    if (::bind(sock, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
+        ::close(sock);
+        return false;
+    }
+    ip_mreq membership{};
+    membership.imr_multiaddr.s_addr = inet_addr(kAnnouncementGroup);
+    membership.imr_interface.s_addr = htonl(m_dwAdapterAddress);
+    ::setsockopt(sock, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership);  // result ignored
+    // A second open of the same object replaces a listener that is still running.
+    StopListener();
+    m_nAnnSocket.store(sock);
+    m_dwStopListener.store(0);
+    m_dwLinkLost.store(0);
+    m_hListener = OS_ThreadCreate(&CTWPort::AnnouncementsThread, this, 0);
+    if (m_hListener == nullptr) {
+        CloseOnce(m_nAnnSocket);
+        return false;
+    }
+    return true;
+}
+
+void CTWPort::StopListener() {
+    m_dwStopListener.store(1);
+    if (m_hListener != nullptr) {
+        // The thread notices the flag within one wait slice (or after a keep-alive in flight).
+        OS_ThreadWait(m_hListener, OS_INFINITE);
+        OS_ThreadDestroy(m_hListener);
+        m_hListener = nullptr;
+    }
+    CloseOnce(m_nAnnSocket);
+}
+
+void* CTWPort::AnnouncementsThread(void* port) {
+    auto* self = static_cast<CTWPort*>(port);
+    self->ListenLoop(self->m_nAnnSocket.load());
+    return nullptr;
+}
+
+void CTWPort::ListenLoop(int sock) {
+    char buffer[kLineBufferSize];
+    uint32_t lastActivity = OS_GetTickCount();
+    unsigned int failures = 0;
+    for (;;) {
+        std::memset(buffer, 0, sizeof buffer);
+        const int ready = WaitReadable(sock, kListenerSliceUs);
+        if (ready < 0 || m_dwStopListener.load() != 0) break;
+        if (ready > 0) {
+            sockaddr_in sender{};
+            socklen_t senderSize = sizeof sender;
+            // One byte stays zero: the text is terminated whatever the datagram's length.
+            const ssize_t received = ::recvfrom(sock, buffer, sizeof buffer - 1, 0,
+                                                reinterpret_cast<sockaddr*>(&sender), &senderSize);
+            if (received == 0 || received == -1) break;
+            char senderText[INET_ADDRSTRLEN] = {};
+            ::inet_ntop(AF_INET, &sender.sin_addr, senderText, sizeof senderText);
+            if (m_Trace.IsLogEnabled() != 0) {
+                char printable[kLineBufferSize];
+                m_Trace.Trace(m_dwTraceChannel, 1, "ANN: Received announcement from %s on socket %d",
+                              senderText, sock);
+                m_Trace.GetTWCommandString(buffer, printable);
+                m_Trace.Trace(m_dwTraceChannel, 1, "ANN: %s", printable);
+            }
+            if ((hex2c(buffer + 5) & 0xFFu) == kEventState) {
+                m_byCameraState.store(static_cast<unsigned char>(hex2c(buffer + 7)));
+            }
+            Announce(buffer, senderText);
+            lastActivity = OS_GetTickCount();
+            failures = 0;
+        } else if (static_cast<uint32_t>(OS_GetTickCount() - lastActivity) > kSilenceMs) {
+            lastActivity = OS_GetTickCount();
+            KeepAlive(buffer, failures);
+        }
+    }
+    // The thread owns the socket once it runs; CloseOnce makes sure the number is closed once only.
+    CloseOnce(m_nAnnSocket);
+}
+
+void CTWPort::Announce(char* buffer, const char* sender) {
+    const ZP_ANNOUNCEMENT_CALLBACK callback = m_pfnAnnouncementCallback;
+    if (callback == nullptr) return;
+    std::snprintf(buffer + kCallbackTextPos, kLineBufferSize - kCallbackTextPos, "_[%s]", sender);
+    callback(m_pAnnouncementContext, buffer);
+}
+
+void CTWPort::KeepAlive(char* buffer, unsigned int& failures) {
+    std::snprintf(buffer, kLineBufferSize, "#%02X40\r\n", m_byCameraAddress.load());
+    const int result =
+        SendCmdAndGetRsp(buffer, buffer, kLineBufferSize, m_szCameraAddress, kAddressTimeoutUs, 1, 1);
+    const ZP_ANNOUNCEMENT_CALLBACK callback = m_pfnAnnouncementCallback;
+    char text[64];
+    if (result == 1) {
+        failures = 0;
+        if (m_dwLinkLost.load() != 0) {
+            m_byCameraState.store(static_cast<unsigned char>(hex2c(buffer + 7)));
+            if (callback != nullptr) {
+                std::snprintf(text, sizeof text, "#%02X01A800_[%s]", m_byCameraAddress.load(),
+                              m_szCameraAddress);
+                callback(m_pAnnouncementContext, text);
+            }
+            m_dwLinkLost.store(0);
+        }
+    } else if (m_dwLinkLost.load() != 0) {
+        failures = 0;
+    } else if (failures > kFailuresTolerated) {
+        m_byCameraState.store(kStateLinkLost);
+        if (callback != nullptr) {
+            std::snprintf(text, sizeof text, "#%02X01A411_[%s]", m_byCameraAddress.load(), m_szCameraAddress);
+            callback(m_pAnnouncementContext, text);
+        }
+        m_dwLinkLost.store(1);
+        failures = 0;
+    } else {
+        ++failures;
+    }
+}
