@@ -89,7 +89,7 @@ protected:
     std::atomic<unsigned char> m_byCameraState;    // last state reported; 0x11 after link loss
     std::atomic<unsigned int> m_dwStopListener;
     std::atomic<unsigned int> m_dwLinkLost;
-    OS_SEMAPHORE m_hKALock;            // command lock; made at the end of a good open
+    std::atomic<OS_SEMAPHORE> m_hKALock;  // command lock; made at the end of a good open
     unsigned int m_dwAdapterAddress;   // host adapter of the multicast join
     unsigned int m_dwOptionFlag;       // option value 1 at open: command 0x71 is sent
     unsigned int m_dwState[6];         // session, upload and download state words

@@ -36,13 +36,15 @@ unsigned int CommandCodeOf(char* line, size_t length) {
 }  // namespace
 
 unsigned int CTWPort::KALock(unsigned int timeout) {
-    if (m_hKALock == nullptr) return 0;
+    const OS_SEMAPHORE lock = m_hKALock.load(std::memory_order_acquire);
+    if (lock == nullptr) return 0;
     const uint64_t limit = timeout == 0xFFFFFFFFu ? OS_INFINITE : timeout;
-    return static_cast<unsigned int>(OS_SemWait(m_hKALock, limit));
+    return static_cast<unsigned int>(OS_SemWait(lock, limit));
 }
 
 void CTWPort::KAUnLock() {
-    if (m_hKALock != nullptr) OS_SemRelease(m_hKALock);
+    const OS_SEMAPHORE lock = m_hKALock.load(std::memory_order_acquire);
+    if (lock != nullptr) OS_SemRelease(lock);
 }
 
 int CTWPort::SendCmdAndGetRsp(char* command, char* reply, int replySize, char* cameraAddress, int timeout,
@@ -51,7 +53,10 @@ int CTWPort::SendCmdAndGetRsp(char* command, char* reply, int replySize, char* c
         m_nErrorCode = kLinkLostError;
         return -1;
     }
-    KALock(0xFFFFFFFFu);
+    // The lock is made at the end of the open, possibly while the listener is already in here:
+    // release exactly the lock that was taken, never one that appeared meanwhile.
+    const OS_SEMAPHORE held = m_hKALock.load(std::memory_order_acquire);
+    OS_SemWait(held, OS_INFINITE);
     sockaddr_in destination{};
     destination.sin_family = AF_INET;
     destination.sin_addr.s_addr = inet_addr(cameraAddress);
@@ -59,7 +64,7 @@ int CTWPort::SendCmdAndGetRsp(char* command, char* reply, int replySize, char* c
     const int sock = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
     if (sock < 0) {
         m_Trace.Trace(m_dwTraceChannel, 0, "ERR: Socket = %d", 0);
-        KAUnLock();
+        OS_SemRelease(held);
         return -1;
     }
     const size_t length = std::strlen(command);
@@ -83,7 +88,7 @@ int CTWPort::SendCmdAndGetRsp(char* command, char* reply, int replySize, char* c
             result = 1;
         }
         ::close(sock);
-        KAUnLock();
+        OS_SemRelease(held);
         return result;
     }
     const long slice = timeout / 5;  // one attempt waits a fifth of the time-out, by design
@@ -114,7 +119,7 @@ int CTWPort::SendCmdAndGetRsp(char* command, char* reply, int replySize, char* c
         result = ReadReply(sock, reply, replySize);
     }
     ::close(sock);
-    KAUnLock();
+    OS_SemRelease(held);
     return result;
 }
 

@@ -107,10 +107,7 @@ void CTWPort::Close() {
 }
 
 void CTWPort::DestroyLocks() {
-    if (m_hKALock != nullptr) {
-        OS_SemDestroy(m_hKALock);
-        m_hKALock = nullptr;
-    }
+    if (const OS_SEMAPHORE lock = m_hKALock.exchange(nullptr); lock != nullptr) OS_SemDestroy(lock);
     if (m_hLock != nullptr) {
         OS_SemDestroy(m_hLock);
         m_hLock = nullptr;

@@ -74,16 +74,16 @@ std::string BuildCameras(const Options& options, std::vector<zpsim::SimCamera>& 
     return {};
 }
 
-std::string ParseResultOverrides(const std::vector<std::string>& specs, zpsim::FaultConfig& faults) {
+std::string ParseResultOverrides(const std::vector<std::string>& overrides, zpsim::FaultConfig& faults) {
     zpsim::FaultInjector injector(faults);
-    for (const auto& spec : specs) {
-        auto equals = spec.find('=');
+    for (const auto& text : overrides) {
+        auto equals = text.find('=');
         std::string error =
             equals == std::string::npos
                 ? "expected code=result"
-                : injector.Apply("result " + spec.substr(0, equals) + " " + spec.substr(equals + 1));
+                : injector.Apply("result " + text.substr(0, equals) + " " + text.substr(equals + 1));
         if (!error.empty()) {
-            return "--result " + spec + ": " + error;
+            return "--result " + text + ": " + error;
         }
     }
     faults = injector.Config();
