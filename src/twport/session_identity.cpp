@@ -54,6 +54,13 @@ void DestinationOf(const _ZP_ENUMITEMEX* item, char (&text)[32]) {
     text[length] = '\0';
 }
 
+// Asks the item's camera for its address byte ("54"); -1 when it does not answer.
+int IdentifyCamera(CTWPort& port, const _ZP_ENUMITEMEX* item, char (&destination)[32], char* buffer) {
+    DestinationOf(item, destination);
+    if (SendTo(port, buffer, destination, kCommandTimeoutUs, "54") != 1) return -1;
+    return static_cast<int>(hex2c(buffer + 7) & 0xFFu);
+}
+
 }  // namespace
 
 unsigned int CTWPort::GetVendorInfo(_VENDOR_INFO* info) {
@@ -124,10 +131,10 @@ unsigned int CTWPort::ReadSysDataFromFlash(unsigned int which, unsigned int* val
 unsigned int CTWPort::GetIpAddress(_ZP_ENUMITEMEX* item, unsigned int* address, unsigned int* second) {
     if (item == nullptr) return 0;
     char destination[32];
-    DestinationOf(item, destination);
     char buffer[kLineBufferSize];
-    if (SendTo(*this, buffer, destination, kCommandTimeoutUs, "54") != 1) return 0;
-    const unsigned int a = hex2c(buffer + 7) & 0xFFu;
+    const int identified = IdentifyCamera(*this, item, destination, buffer);
+    if (identified < 0) return 0;
+    const unsigned int a = static_cast<unsigned int>(identified);
     if (SendTo(*this, buffer, destination, kCommandTimeoutUs, "#%02X4D", a) != 1) return 0;
     const unsigned int first = hex2i(buffer + 7);
     if (SendTo(*this, buffer, destination, kCommandTimeoutUs, "#%02X4E", a) != 1) return 0;
@@ -139,10 +146,10 @@ unsigned int CTWPort::GetIpAddress(_ZP_ENUMITEMEX* item, unsigned int* address, 
 unsigned int CTWPort::SetIpAddress(_ZP_ENUMITEMEX* item, unsigned int address, unsigned int second) {
     if (item == nullptr) return 0;
     char destination[32];
-    DestinationOf(item, destination);
     char buffer[kLineBufferSize];
-    if (SendTo(*this, buffer, destination, kCommandTimeoutUs, "54") != 1) return 0;
-    const unsigned int a = hex2c(buffer + 7) & 0xFFu;
+    const int identified = IdentifyCamera(*this, item, destination, buffer);
+    if (identified < 0) return 0;
+    const unsigned int a = static_cast<unsigned int>(identified);
     if (SendTo(*this, buffer, destination, kCommandTimeoutUs, "#%02X0102", a) != 1) return 0;
     if (SendTo(*this, buffer, destination, kCommandTimeoutUs, "#%02X4D", a) != 1) return 0;
     const unsigned int current = hex2i(buffer + 7);
