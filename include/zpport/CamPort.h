@@ -29,6 +29,24 @@ public:
     // The error code survives successful operations until the host clears it here.
     void ResetErrorCode() { m_nErrorCode = 0; }
 
+    // SD-card storage behind camera registers 96-100: mode 1 is the card's native four-line bus,
+    // any other mode its SPI mode. Results 1/0 unless stated.
+    unsigned int OpenFlashMemory(unsigned int mode, unsigned int second);
+    unsigned int CloseFlashMemory();  // always 1
+    unsigned char WriteFlashCommand(unsigned char cmd, unsigned int arg);  // the card's R1 byte
+    // response[0] = R1, then 5 more bytes (16 with longResponse): 6 or 17 bytes in all.
+    unsigned int WriteFlashSDCommand(unsigned char cmd, unsigned int arg, unsigned char* response,
+                                     int longResponse);
+    unsigned int WriteFlashSDACommand(unsigned char cmd, unsigned int arg, unsigned char* response,
+                                      int longResponse);
+    unsigned int ReadFlashMemorySize(unsigned int* megabytes);
+    unsigned int WriteFlashMemoryBlocks(unsigned int block, unsigned int count, void* data);
+    // System-data block 0: kind 0 the system word, 1 the camera name, 2 the comment.
+    unsigned int ReadSysDataFromFlash(unsigned int kind, char* out);
+    unsigned int WriteSysDataToFlash(unsigned int kind, const char* in);
+    // SD command checksum: CRC-7 (x^7 + x^3 + 1) in the top seven bits, end bit set.
+    static unsigned char CRC7(unsigned char seed, unsigned char* data, int length);
+
     // Operations, in table order. Results: non-zero success, 0 failure (unsupported).
     virtual unsigned int WiFiEnumAccessPoints(_ZP_ENUMITEMEX* item, _RSP_WIFISCAN_DATA* data);
     virtual unsigned int WiFiSendCommand(_ZP_ENUMITEMEX* item, unsigned int command, void* data);

@@ -295,6 +295,11 @@ ZP_EXPORT unsigned int PoReadFlashMemoryBlocks(ZP_PORT_HANDLE handle, unsigned i
 ZP_EXPORT unsigned int PoWriteFlashMemoryBlocks(ZP_PORT_HANDLE handle, unsigned int first,
                                                 unsigned int count, void* buffer);
 
+/* The camera's SD card: 0 success, 1 failure, 2 for a null handle. */
+ZP_EXPORT unsigned int PoOpenFlashMemory(ZP_PORT_HANDLE handle, unsigned int mode, unsigned int second);
+ZP_EXPORT unsigned int PoCloseFlashMemory(ZP_PORT_HANDLE handle);
+ZP_EXPORT unsigned int PoReadFlashMemorySize(ZP_PORT_HANDLE handle, unsigned int* megabytes);
+
 /* Ethernet-port queries: 0 success, 1 failure, 2 for a null handle. */
 ZP_EXPORT unsigned int PoGetVendorInfo(ZP_PORT_HANDLE handle, _VENDOR_INFO* info);
 ZP_EXPORT unsigned int PoGetLatestFrameIndex(ZP_PORT_HANDLE handle, unsigned int* index);

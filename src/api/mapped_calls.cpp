@@ -65,6 +65,18 @@ unsigned int PoWriteFlashMemoryBlocks(ZP_PORT_HANDLE handle, unsigned int, unsig
     return handle == nullptr ? kNullHandle : kSuccess;
 }
 
+unsigned int PoOpenFlashMemory(ZP_PORT_HANDLE handle, unsigned int mode, unsigned int second) {
+    return Forward(handle, [&](CCamPort& p) { return p.OpenFlashMemory(mode, second); });
+}
+
+unsigned int PoCloseFlashMemory(ZP_PORT_HANDLE handle) {
+    return Forward(handle, [](CCamPort& p) { return p.CloseFlashMemory(); });
+}
+
+unsigned int PoReadFlashMemorySize(ZP_PORT_HANDLE handle, unsigned int* megabytes) {
+    return Forward(handle, [&](CCamPort& p) { return p.ReadFlashMemorySize(megabytes); });
+}
+
 // Kept for applications written against it: the operation's own result, 1 success, 0 failure.
 unsigned int PoPreReadImage(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, unsigned int c) {
     CCamPort* port = PortOf(handle);

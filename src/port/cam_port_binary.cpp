@@ -31,7 +31,6 @@ unsigned int CCamPort::WriteCameraInfo(unsigned int, unsigned int, unsigned int)
     return UnframedExchange(*this);
 }
 
-unsigned int CCamPort::WriteCameraName(char const*) { return UnframedExchange(*this); }
 unsigned int CCamPort::ReadCameraName(char*) { return UnframedExchange(*this); }
 unsigned int CCamPort::Attach() { return UnframedExchange(*this); }
 unsigned int CCamPort::Detach() { return UnframedExchange(*this); }
@@ -61,7 +60,6 @@ unsigned int CCamPort::ReadLongRegister(unsigned int, unsigned int* value) {
     return result;
 }
 
-unsigned int CCamPort::ReadWriteCameraComment(unsigned int, void*) { return UnframedExchange(*this); }
 unsigned int CCamPort::FlashOperation(unsigned int, void*) { return UnframedExchange(*this); }
 
 unsigned int CCamPort::WriteClockSpeed(unsigned int, unsigned int, unsigned int*) {

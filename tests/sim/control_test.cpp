@@ -38,6 +38,24 @@ TEST(SimFaults, SilentAndDelayAndClear) {
     EXPECT_EQ(decision.delayMs, 0u);
 }
 
+TEST(SimFaults, RawReplyReplacesOneCommandsReplyVerbatimOrFilled) {
+    FaultInjector faults;
+    ASSERT_EQ(faults.Apply("raw 40 ##ZZ %s garbage"), "");
+    ASSERT_EQ(faults.Apply("raw 45 fill 3"), "");
+    ASSERT_EQ(faults.Apply("raw 47 fill 4000"), "");
+    EXPECT_EQ(faults.Decide(0x40).raw, std::optional<std::string>("##ZZ %s garbage"));
+    EXPECT_EQ(faults.Decide(0x45).raw, std::optional<std::string>("#00"));
+    const std::string big = *faults.Decide(0x47).raw;
+    EXPECT_EQ(big.size(), 4000u);
+    EXPECT_EQ(big.substr(0, 6), "#00110");
+    EXPECT_FALSE(faults.Decide(0x48).raw);
+    EXPECT_EQ(RawDatagram("fill 2 3"), "fill 2 3");  // not a fill form: sent as written
+    ASSERT_EQ(faults.Apply("raw 40 off"), "");
+    EXPECT_FALSE(faults.Decide(0x40).raw);
+    EXPECT_NE(faults.Apply("raw 40"), "");
+    EXPECT_NE(faults.Apply("raw 400 x"), "");
+}
+
 TEST(SimFaults, RefusesBadCommands) {
     FaultInjector faults;
     EXPECT_NE(faults.Apply("silent maybe"), "");
