@@ -92,10 +92,16 @@ protected:
     std::atomic<OS_SEMAPHORE> m_hKALock;  // command lock; made at the end of a good open
     unsigned int m_dwAdapterAddress;   // host adapter of the multicast join
     unsigned int m_dwOptionFlag;       // option value 1 at open: command 0x71 is sent
-    unsigned int m_dwState[6];         // session, upload and download state words
+    unsigned int m_dwState[6];         // upload and download state words (named in tw_port_internal.h)
     unsigned int m_dwFwVersion[2];     // controller versions kept by discovery
-    unsigned char* m_pDownloadBuffer;  // freed by the destructor if set
+    unsigned char* m_pDownloadBuffer;  // JPEG header buffer, made on first use; freed by the destructor
     OS_THREAD m_hListener;             // announcement listener thread, null when none
+    unsigned char m_abySettings[1024];  // last settings record applied completely (all zero at first)
+    unsigned int m_dwLastLiveFrame;     // last live frame index; 0xFFFFFFFF: none
+    unsigned char m_abyBorder[1024];    // border block of the last image received
+    unsigned short m_wLiveSelector;     // live data-port selector; no setter, stays 0
+    std::atomic<unsigned int> m_dwTransferActive;  // a download is in progress
+    unsigned char m_byLookupConversion;  // converts raw frames through the tone table; no setter, stays 0
 };
 
 #endif  // ZPPORT_TWPORT_H

@@ -62,6 +62,14 @@ unsigned int MegabyteLadder(uint64_t megabytes) {
     return step;
 }
 
+// A byte from a card register; a read the port cannot make yields 0xFF, the level of an SD
+// bus with no card driving it, so a port without registers never sees a ready card.
+unsigned char ReadCardByte(CCamPort& port, unsigned char reg) {
+    unsigned char value = 0xFF;
+    if (port.ReadRegister(reg, &value) == 0) value = 0xFF;
+    return value;
+}
+
 // Text field copied out with a terminating zero that always lies inside the field's width.
 void CopyFieldOut(const unsigned char* field, size_t width, char* out) {
     const auto* text = reinterpret_cast<const char*>(field);
@@ -105,9 +113,7 @@ unsigned char CCamPort::WriteFlashCommand(unsigned char cmd, unsigned int arg) {
     if (cmd == kCmdGoIdle || native) frame[6] = CRC7(0, frame + 1, 5);
     WriteRegisterBlock(kRegSpiOut, frame, native ? 7 : 9, 0);
     if (native) WriteRegister(kRegNativeCommandEnd, 0xFF);
-    unsigned char r1 = 0;
-    ReadRegister(kRegDataIn, &r1);
-    return r1;
+    return ReadCardByte(*this, kRegDataIn);
 }
 
 unsigned int CCamPort::WriteFlashSDCommand(unsigned char cmd, unsigned int arg, unsigned char* response,
@@ -116,7 +122,7 @@ unsigned int CCamPort::WriteFlashSDCommand(unsigned char cmd, unsigned int arg, 
     const int more = longResponse != 0 ? 16 : 5;
     for (int i = 1; i <= more; ++i) {
         WriteRegister(kRegSpiOut, 0xFF);
-        ReadRegister(kRegDataIn, &response[i]);
+        response[i] = ReadCardByte(*this, kRegDataIn);
     }
     for (int i = 0; i < 8; ++i) WriteRegister(kRegSpiOut, 0xFF);
     return 1;
@@ -186,13 +192,13 @@ unsigned int CCamPort::ReadFlashMemorySize(unsigned int* megabytes) {
         unsigned char token = 0;
         for (int i = 0; i < kCsdTokenPolls && token != kStartToken; ++i) {
             WriteRegister(kRegSpiOut, 0xFF);
-            ReadRegister(kRegDataIn, &token);
+            token = ReadCardByte(*this, kRegDataIn);
             if (token != kStartToken) OS_ThreadSleep(1);
         }
         if (token != kStartToken) return 0;
         for (unsigned char& byte : csd) {
             WriteRegister(kRegSpiOut, 0xFF);
-            ReadRegister(kRegDataIn, &byte);
+            byte = ReadCardByte(*this, kRegDataIn);
         }
     }
     if (std::all_of(std::begin(csd), std::end(csd), [](unsigned char b) { return b == 0xFF; })) return 0;
@@ -213,19 +219,19 @@ unsigned int CCamPort::WriteFlashMemoryBlocks(unsigned int block, unsigned int, 
         int polls = 0;
         do {
             WriteRegister(kRegLineStatus, 0);
-            ReadRegister(kRegLineStatus, &value);
+            value = ReadCardByte(*this, kRegLineStatus);
         } while ((value & kDat0) != 0 && ++polls < kResponseStartPolls);
         if ((value & kDat0) != 0) return 0;
         unsigned int status = 0;
         for (int i = 0; i < 3; ++i) {
             WriteRegister(kRegLineStatus, 0);
-            ReadRegister(kRegLineStatus, &value);
+            value = ReadCardByte(*this, kRegLineStatus);
             status = (status << 1) | (value & kDat0);
         }
         if (status != kDataAccepted) return 0;
         for (polls = 0; polls < kBusyPolls; ++polls) {
             WriteRegister(kRegLineStatus, 0);
-            ReadRegister(kRegLineStatus, &value);
+            value = ReadCardByte(*this, kRegLineStatus);
             if ((value & kDat0) != 0) return 1;
         }
         return 0;
@@ -238,11 +244,10 @@ unsigned int CCamPort::WriteFlashMemoryBlocks(unsigned int block, unsigned int, 
     frame[515] = 0xFF;
     frame[516] = 0xFF;  // clocks the card's data-response byte in
     WriteRegisterBlock(kRegSpiOut, frame, 517, 0);
-    ReadRegister(kRegDataIn, &value);
+    ReadCardByte(*this, kRegDataIn);
     for (int i = 0; i < kSpiBusyPolls; ++i) {
         WriteRegister(kRegSpiOut, 0xFF);
-        ReadRegister(kRegDataIn, &value);
-        if (value != 0) return 1;
+        if (ReadCardByte(*this, kRegDataIn) != 0) return 1;
     }
     return 0;
 }

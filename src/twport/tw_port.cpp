@@ -1,5 +1,5 @@
 // CTWPort construction and destruction, the link-wide setting, and the operations this link
-// does not carry (register stubs, comment) or that later work fills in.
+// does not carry (register stubs, comment).
 #include <cstdlib>
 #include <cstring>
 
@@ -21,7 +21,13 @@ CTWPort::CTWPort()
       m_dwState{0, 0, 0xFFFFFFFFu, 9999999u, 0xFFFFFFFFu, 0xFFFFFFFFu},
       m_dwFwVersion{},
       m_pDownloadBuffer(nullptr),
-      m_hListener(nullptr) {}
+      m_hListener(nullptr),
+      m_abySettings{},
+      m_dwLastLiveFrame(0xFFFFFFFFu),
+      m_abyBorder{},
+      m_wLiveSelector(0),
+      m_dwTransferActive(0),
+      m_byLookupConversion(0) {}
 
 CTWPort::~CTWPort() {
     // A port deleted without a successful close still owns its listener and locks.
@@ -52,26 +58,3 @@ unsigned int CTWPort::ReadWriteCameraComment(unsigned int, void*) {
 }
 
 void CTWPort::IPAddressToMACAddress(unsigned int, unsigned int&, unsigned int&) {}
-
-/// \todo Discovery: broadcast, collect the answers and complete each item.
-void CTWPort::Enumerate(_ZP_ENUMITEMEX*, unsigned int*, unsigned int) {}
-
-/// \todo Discovery: complete one item from the camera's vendor information.
-unsigned int CTWPort::GetEnumInfo(_ZP_ENUMITEMEX*) {
-    return 0;
-}
-
-/// \todo Settings upload: send the commands whose values changed.
-unsigned int CTWPort::WriteData2(void*, unsigned int) {
-    return 0;
-}
-
-/// \todo Image and data download.
-unsigned int CTWPort::ReadData(void*, unsigned int) {
-    return 0;
-}
-
-/// \todo Settings read-back.
-unsigned int CTWPort::ReadFlashMemoryBlocks(unsigned int, unsigned int, void*) {
-    return 0;
-}

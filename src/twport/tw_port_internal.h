@@ -17,6 +17,16 @@ constexpr unsigned short kAnnouncementPort = 10505;
 constexpr const char* kAnnouncementGroup = "225.1.1.201";
 constexpr int kListenerSliceUs = 100000;
 
+// Indices of CTWPort::m_dwState.
+constexpr int kNetPerfCurrent = 0;      // download rate limit in force
+constexpr int kNetPerfBase = 1;         // rate limit the settings asked for
+constexpr int kLastDownloadFormat = 2;  // readFlags of the last format sent; 0xFFFFFFFF: none
+constexpr int kFirstFrameIndex = 3;     // first frame of the recording; 9999999: unknown
+constexpr int kDownloadWidth = 4;       // 0xFFFFFFFF: unknown
+constexpr int kDownloadHeight = 5;      // 0xFFFFFFFF: unknown
+constexpr unsigned int kUnknownWord = 0xFFFFFFFFu;
+constexpr unsigned int kUnknownFirstFrame = 9999999u;
+
 }  // namespace zptw
 
 #endif  // ZP_TWPORT_INTERNAL_H

@@ -37,7 +37,7 @@ protected:
             return {};
         }
         auto result = table.Dispatch(model, *command);
-        HandlerResult answer = result ? *result : HandlerResult{kResultUnknownCommand, {}};
+        HandlerResult answer = result ? *result : HandlerResult{kResultUnknownCommand, {}, std::nullopt};
         return FormatReply(model.Address(), answer.result, command->code, answer.data);
     }
 

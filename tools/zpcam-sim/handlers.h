@@ -7,16 +7,25 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "camera_model.h"
 #include "protocol.h"
 
 namespace zpsim {
 
+// Datagrams the server sends, after the reply, to a port on the requester's address
+// (the segment train of an image request).
+struct DataTrain {
+    std::uint16_t port = 0;
+    std::vector<std::string> datagrams;
+};
+
 // What a handler answers: the result code and the data from reply position 7 on.
 struct HandlerResult {
     std::uint8_t result = kResultOk;
     std::string data;
+    std::optional<DataTrain> train;
 };
 
 using Handler = std::function<HandlerResult(CameraModel&, const Command&)>;
@@ -33,6 +42,12 @@ private:
 
 // Session, state and identity commands (open, close, status, vendor information, counters, address).
 void RegisterSessionHandlers(HandlerTable& table);
+
+// Settings commands and the queries that read them back.
+void RegisterSettingsHandlers(HandlerTable& table);
+
+// Image requests: frame range, download and live frames, aborts, download format and size.
+void RegisterImageHandlers(HandlerTable& table);
 
 // The table with every protocol area the simulator knows.
 HandlerTable MakeDefaultHandlers();

@@ -18,16 +18,18 @@ std::optional<HandlerResult> HandlerTable::Dispatch(CameraModel& model, const Co
 HandlerTable MakeDefaultHandlers() {
     HandlerTable table;
     RegisterSessionHandlers(table);
+    RegisterSettingsHandlers(table);
+    RegisterImageHandlers(table);
     return table;
 }
 
 namespace {
 
 HandlerResult Ok(std::string data = {}) {
-    return HandlerResult{kResultOk, std::move(data)};
+    return HandlerResult{kResultOk, std::move(data), std::nullopt};
 }
 HandlerResult Fail(std::uint8_t result) {
-    return HandlerResult{result, {}};
+    return HandlerResult{result, {}, std::nullopt};
 }
 
 // A command whose arguments must be one of the given exact texts.

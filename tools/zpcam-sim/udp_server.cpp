@@ -115,7 +115,7 @@ void UdpServer::ServeCommand(SimCamera& camera) {
         return;  // not a line for this camera: a real camera stays silent too
     }
     auto result = m_handlers.Dispatch(camera.model, *command);
-    Reply(camera, sender, *command, result ? *result : HandlerResult{kResultUnknownCommand, {}});
+    Reply(camera, sender, *command, result ? *result : HandlerResult{kResultUnknownCommand, {}, std::nullopt});
 }
 
 void UdpServer::Reply(SimCamera& camera, const sockaddr_in& sender, const Command& command,
@@ -131,6 +131,13 @@ void UdpServer::Reply(SimCamera& camera, const sockaddr_in& sender, const Comman
                                      : FormatReply(camera.model.Address(), result.result, command.code, result.data);
     auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(decision.delayMs);
     m_pending.push_back(PendingReply{due, camera.commandSocket, sender, std::move(reply)});
+    if (result.train) {
+        sockaddr_in dataDestination = sender;
+        dataDestination.sin_port = htons(result.train->port);
+        for (auto& datagram : result.train->datagrams) {
+            m_pending.push_back(PendingReply{due, camera.commandSocket, dataDestination, std::move(datagram)});
+        }
+    }
 }
 
 void UdpServer::FlushDueReplies() {
