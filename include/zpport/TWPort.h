@@ -81,6 +81,12 @@ protected:
     // receives the reply. Returns the link's result.
     int Command(char* buffer, int timeout, const char* format, ...) __attribute__((format(printf, 4, 5)));
     int SendLine(char* buffer, int timeout);
+    // Settings upload steps (settings_upload.cpp); false or 0 when a command failed.
+    unsigned int RequestRecording(const _RECORDING_REQUEST& request);
+    unsigned int UploadSettings(_CAMERA_SETTINGS& settings);
+    bool UploadLinkSettings(_CAMERA_SETTINGS& settings, const _CAMERA_SETTINGS& old);
+    bool UploadAcquisition(const _CAMERA_SETTINGS& settings, const _CAMERA_SETTINGS& old);
+    bool UploadInputs(const _CAMERA_SETTINGS& settings, const _CAMERA_SETTINGS& old);
     int ReadReply(int socket, char* reply, int replySize);
 
     std::atomic<int> m_nAnnSocket;                 // announcement socket; 0 when there is none

@@ -8,6 +8,7 @@
 
 #include <stddef.h>
 
+#include "CameraSettings.h"
 #include "ZpExport.h"
 #include "ZpParam.h"
 

@@ -14,28 +14,6 @@ namespace {
 
 constexpr const char* kIp = "127.0.0.53";
 
-// Collects the callback texts.
-struct Announcements {
-    std::mutex mutex;
-    std::vector<std::string> texts;
-
-    static void Callback(void* context, char* text) {
-        auto* self = static_cast<Announcements*>(context);
-        std::lock_guard<std::mutex> lock(self->mutex);
-        self->texts.emplace_back(text);
-    }
-    // Waits until n texts arrived; all texts so far.
-    std::vector<std::string> WaitFor(size_t n, int timeoutMs = 3000) {
-        for (int waited = 0;; waited += 20) {
-            {
-                std::lock_guard<std::mutex> lock(mutex);
-                if (texts.size() >= n || waited >= timeoutMs) return texts;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-    }
-};
-
 class Listener : public ::testing::Test {
 protected:
     Listener() : camera(kIp, {"--state", "4", "--announce-to", kIp}) {}

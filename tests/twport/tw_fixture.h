@@ -6,10 +6,13 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <chrono>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "sim/sim_process.h"
@@ -91,6 +94,28 @@ public:
     void Target(const std::string& ip, unsigned char address) {
         std::snprintf(m_szCameraAddress, sizeof m_szCameraAddress, "%s", ip.c_str());
         m_byCameraAddress = address;
+    }
+};
+
+// Collects the callback texts.
+struct Announcements {
+    std::mutex mutex;
+    std::vector<std::string> texts;
+
+    static void Callback(void* context, char* text) {
+        auto* self = static_cast<Announcements*>(context);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        self->texts.emplace_back(text);
+    }
+    // Waits until n texts arrived; all texts so far.
+    std::vector<std::string> WaitFor(size_t n, int timeoutMs = 3000) {
+        for (int waited = 0;; waited += 20) {
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                if (texts.size() >= n || waited >= timeoutMs) return texts;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
     }
 };
 

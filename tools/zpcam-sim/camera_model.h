@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string>
 
+#include "settings_state.h"
+
 namespace zpsim {
 
 // Camera states as reported by the state query (command 0x40) and by announcements.
@@ -74,6 +76,8 @@ public:
     void SetClock(int hour, int minute, int second);
     void SetDate(int month, int day, int year);
     const CameraClock& Clock() const { return m_clock; }
+
+    SettingsState settings;  // values of the settings commands
 
 private:
     CameraIdentity m_identity;
