@@ -4,6 +4,7 @@
 #ifndef ZPPORT_CAMPORT_H
 #define ZPPORT_CAMPORT_H
 
+#include <atomic>
 #include <map>
 #include <utility>
 
@@ -144,6 +145,9 @@ public:
                                           int timeout, int a, int b);
 
 protected:
+    // The callback with its own context, consistent while the host switches callbacks.
+    ZP_ANNOUNCEMENT_CALLBACK AnnouncementTarget(void** context) const;
+
     using ConstraintMap = std::map<unsigned int, std::pair<unsigned int, unsigned int>>;
 
     unsigned int m_nErrorCode;                  // written only by failing operations
@@ -163,8 +167,9 @@ protected:
     unsigned int m_dwWords[4];
     unsigned int m_dwPendingRead[3];            // arguments of the last PreReadImage
     unsigned char m_abyFwInfo[128];             // cached firmware-information block
-    ZP_ANNOUNCEMENT_CALLBACK m_pfnAnnouncementCallback;
-    void* m_pAnnouncementContext;
+    // Set by the host at any time while the listener thread calls it: atomics, context written first.
+    std::atomic<ZP_ANNOUNCEMENT_CALLBACK> m_pfnAnnouncementCallback;
+    std::atomic<void*> m_pAnnouncementContext;
     unsigned short m_wFlag;
     CXTrace m_Trace;
     unsigned int m_dwTraceChannel;              // first argument of every trace call of the port

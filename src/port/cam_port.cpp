@@ -91,9 +91,24 @@ unsigned int CCamPort::SetFrameSize(unsigned int, unsigned int) { return 1; }
 
 // A null function switches the callback off; the call succeeds either way.
 unsigned int CCamPort::SetAnnouncementCallback(ZP_ANNOUNCEMENT_CALLBACK callback, void* context) {
-    m_pfnAnnouncementCallback = callback;
-    m_pAnnouncementContext = context;
+    m_pfnAnnouncementCallback.store(nullptr);
+    m_pAnnouncementContext.store(context);
+    m_pfnAnnouncementCallback.store(callback);
     return 1;
+}
+
+// The setter clears the function before it changes the context, so a context read before and
+// after the function that did not change belongs to that function.
+ZP_ANNOUNCEMENT_CALLBACK CCamPort::AnnouncementTarget(void** context) const {
+    for (;;) {
+        void* const before = m_pAnnouncementContext.load();
+        const ZP_ANNOUNCEMENT_CALLBACK callback = m_pfnAnnouncementCallback.load();
+        void* const after = m_pAnnouncementContext.load();
+        if (before == after) {
+            *context = after;
+            return callback;
+        }
+    }
 }
 
 // Kept for applications: stores the request yet reports 0, as no base read follows it.

@@ -127,17 +127,19 @@ void CTWPort::ListenLoop(int sock) {
 }
 
 void CTWPort::Announce(char* buffer, const char* sender) {
-    const ZP_ANNOUNCEMENT_CALLBACK callback = m_pfnAnnouncementCallback;
+    void* context = nullptr;
+    const ZP_ANNOUNCEMENT_CALLBACK callback = AnnouncementTarget(&context);
     if (callback == nullptr) return;
     std::snprintf(buffer + kCallbackTextPos, kLineBufferSize - kCallbackTextPos, "_[%s]", sender);
-    callback(m_pAnnouncementContext, buffer);
+    callback(context, buffer);
 }
 
 void CTWPort::KeepAlive(char* buffer, unsigned int& failures) {
     std::snprintf(buffer, kLineBufferSize, "#%02X40\r\n", m_byCameraAddress.load());
     const int result =
         SendCmdAndGetRsp(buffer, buffer, kLineBufferSize, m_szCameraAddress, kAddressTimeoutUs, 1, 1);
-    const ZP_ANNOUNCEMENT_CALLBACK callback = m_pfnAnnouncementCallback;
+    void* context = nullptr;
+    const ZP_ANNOUNCEMENT_CALLBACK callback = AnnouncementTarget(&context);
     char text[64];
     if (result == 1) {
         failures = 0;
@@ -146,7 +148,7 @@ void CTWPort::KeepAlive(char* buffer, unsigned int& failures) {
             if (callback != nullptr) {
                 std::snprintf(text, sizeof text, "#%02X01A800_[%s]", m_byCameraAddress.load(),
                               m_szCameraAddress);
-                callback(m_pAnnouncementContext, text);
+                callback(context, text);
             }
             m_dwLinkLost.store(0);
         }
@@ -156,7 +158,7 @@ void CTWPort::KeepAlive(char* buffer, unsigned int& failures) {
         m_byCameraState.store(kStateLinkLost);
         if (callback != nullptr) {
             std::snprintf(text, sizeof text, "#%02X01A411_[%s]", m_byCameraAddress.load(), m_szCameraAddress);
-            callback(m_pAnnouncementContext, text);
+            callback(context, text);
         }
         m_dwLinkLost.store(1);
         failures = 0;
