@@ -39,9 +39,9 @@ void Announcer::Close() {
 
 namespace {
 
-// Keeps multicast on this host: TTL 0, looped back, sent from the camera's own interface.
-std::string RestrictMulticast(int socket, in_addr cameraAddress) {
-    unsigned char ttl = 0;
+// Multicast from the camera's own interface, looped back, with the given TTL (0 keeps it on this host).
+std::string RestrictMulticast(int socket, in_addr cameraAddress, int multicastTtl) {
+    unsigned char ttl = static_cast<unsigned char>(multicastTtl);
     unsigned char loop = 1;
     if (setsockopt(socket, IPPROTO_IP, IP_MULTICAST_TTL, &ttl, sizeof ttl) != 0 ||
         setsockopt(socket, IPPROTO_IP, IP_MULTICAST_LOOP, &loop, sizeof loop) != 0 ||
@@ -78,7 +78,7 @@ std::string Announcer::Open(const std::string& cameraIp, const AnnounceOptions& 
     if (::bind(m_socket, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
         error = "bind announcement socket to " + cameraIp + ": " + std::strerror(errno);
     } else if (options.multicast) {
-        error = RestrictMulticast(m_socket, local.sin_addr);
+        error = RestrictMulticast(m_socket, local.sin_addr, options.multicastTtl);
     }
     if (!error.empty()) {
         Close();

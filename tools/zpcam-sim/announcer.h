@@ -13,6 +13,7 @@ struct AnnounceOptions {
     std::string unicastHost;  // send to this IPv4 address (loopback tests); empty: no unicast
     bool multicast = false;   // send to the announcement group; never leaves the machine
     std::uint16_t port = 10505;
+    int multicastTtl = 0;     // 0 keeps multicast on this host; 1 crosses one link (namespaces)
 };
 
 class Announcer {

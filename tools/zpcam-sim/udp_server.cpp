@@ -88,7 +88,36 @@ std::string UdpServer::Open() {
         m_controlSocket =
             OpenBoundSocket(m_cameras.front().model.Identity().ip, m_options.controlPort, error);
     }
+    if (error.empty() && m_options.discovery.enabled) {
+        std::vector<std::string> ips;
+        for (const auto& camera : m_cameras) ips.push_back(camera.model.Identity().ip);
+        error = m_discovery.Open(m_options.commandPort, ips);
+    }
     return error;
+}
+
+// A discovery request reaches every camera on the interface it arrived on; each answers from its
+// own command socket unless it is silent.
+void UdpServer::ServeDiscovery(int socket) {
+    auto request = m_discovery.Receive(socket);
+    if (!request) {
+        return;
+    }
+    const bool binary = request->kind == DiscoveryKind::kBinary;
+    if (binary && m_options.discovery.binaryType == 0) {
+        return;
+    }
+    for (auto& camera : m_cameras) {
+        const CameraIdentity& identity = camera.model.Identity();
+        if (camera.faults.Config().silent || InterfaceIndexOf(identity.ip) != request->interfaceIndex) {
+            continue;
+        }
+        Log(camera, request->datagram);
+        std::string answer = binary ? FormatBinaryDiscoveryAnswer(identity, m_options.discovery)
+                                    : FormatAsciiDiscoveryAnswer(camera.model.Address());
+        m_pending.push_back(PendingReply{std::chrono::steady_clock::now(), camera.commandSocket,
+                                         request->sender, std::move(answer)});
+    }
 }
 
 void UdpServer::Log(const SimCamera& camera, const std::string& datagram) {
@@ -198,6 +227,10 @@ void UdpServer::Run(const volatile std::sig_atomic_t& stop) {
     if (m_controlSocket >= 0) {
         fds.push_back(pollfd{m_controlSocket, POLLIN, 0});
     }
+    const std::size_t firstDiscovery = fds.size();
+    for (int socket : m_discovery.Sockets()) {
+        fds.push_back(pollfd{socket, POLLIN, 0});
+    }
     while (stop == 0) {
         int ready = ::poll(fds.data(), fds.size(), PollTimeoutMs());
         if (ready < 0 && errno != EINTR) {
@@ -209,6 +242,8 @@ void UdpServer::Run(const volatile std::sig_atomic_t& stop) {
             }
             if (i < m_cameras.size()) {
                 ServeCommand(m_cameras[i]);
+            } else if (i >= firstDiscovery) {
+                ServeDiscovery(fds[i].fd);
             } else {
                 ServeControl();
             }

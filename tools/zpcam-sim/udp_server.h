@@ -12,6 +12,7 @@
 
 #include "announcer.h"
 #include "camera_model.h"
+#include "discovery_responder.h"
 #include "faults.h"
 #include "handlers.h"
 
@@ -33,6 +34,7 @@ struct ServerOptions {
     AnnounceOptions announce;
     std::uint16_t commandPort = 1027;
     std::uint16_t controlPort = 0;  // run-time control channel on the first camera's address; 0: none
+    DiscoveryOptions discovery;
 };
 
 class UdpServer {
@@ -59,6 +61,7 @@ private:
 
     void ServeCommand(SimCamera& camera);
     void ServeControl();
+    void ServeDiscovery(int socket);
     void Reply(SimCamera& camera, const sockaddr_in& sender, const Command& command, HandlerResult result);
     void AnnounceChanges();
     void FlushDueReplies();
@@ -71,6 +74,7 @@ private:
     HandlerTable m_handlers;
     std::vector<PendingReply> m_pending;
     int m_controlSocket = -1;
+    DiscoveryResponder m_discovery;
     std::FILE* m_log = nullptr;
 };
 
