@@ -88,6 +88,17 @@ protected:
     bool UploadAcquisition(const _CAMERA_SETTINGS& settings, const _CAMERA_SETTINGS& old);
     bool UploadInputs(const _CAMERA_SETTINGS& settings, const _CAMERA_SETTINGS& old);
     int ReadReply(int socket, char* reply, int replySize);
+    // Image download: one transfer (0 or a negative step code; size becomes the image length),
+    // one segment train into the buffer (1 when complete), and the steps of ReadData.
+    int MyReadData(void* buffer, unsigned int* size, unsigned char address, char* cameraAddress,
+                   unsigned int liveMode, unsigned int frameNumber, unsigned short attempt);
+    int ImageFunction(int socket, char* buffer, int size, int& imageLength, int timeout);
+    bool PrepareDownload(unsigned int readFlags);
+    bool RetryDownload(unsigned short attempt, bool live, unsigned int readFlags, void* buffer,
+                       unsigned int size);
+    bool DeliverImage(void* buffer, unsigned int size, unsigned int imageLength, bool live,
+                      unsigned int readFlags);
+    unsigned int FinishDownload();
 
     std::atomic<int> m_nAnnSocket;                 // announcement socket; 0 when there is none
     char m_szCameraAddress[32];                    // dotted text, destination of every command

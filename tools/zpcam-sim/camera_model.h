@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "image_state.h"
 #include "settings_state.h"
 
 namespace zpsim {
@@ -78,6 +79,7 @@ public:
     const CameraClock& Clock() const { return m_clock; }
 
     SettingsState settings;  // values of the settings commands
+    ImageSideState image;    // download format and size, live counter, segment-train faults
 
 private:
     CameraIdentity m_identity;

@@ -2,6 +2,10 @@
 //   [@<camera ip>] silent on|off | result <code> <result>|off | drop <n> | delay <ms> | clear
 //   [@<camera ip>] state <hex> | arm | playback | frames <n> | ping
 //   [@<camera ip>] announce <text>|fill <n>   (sends that datagram as an announcement)
+//   [@<camera ip>] image <command>   (image side and segment-train faults, see image_state.h):
+//       drop <seq> | loss <share> | reorder <seq> | shuffle <share> | duplicate <seq> | truncate <k> |
+//       oversize | overlong | info-first | fail <n> | clear | colour on|off | quality <0..100> |
+//       subsampling <0..2> | tone on|off
 // Lines without "@ip" apply to every camera. Answer: "OK" or "ERR <reason>".
 #include <sstream>
 
@@ -21,6 +25,9 @@ std::string ApplyToCamera(SimCamera& camera, const std::string& command) {
     if (verb == "announce" && !argument.empty()) {
         std::string text = command.substr(command.find("announce") + 9);
         return camera.announcer.AnnounceRaw(RawDatagram(text)) ? std::string() : "announcements are off";
+    }
+    if (verb == "image") {
+        return ApplyImageCommand(model.image, command.substr(command.find("image") + 5));
     }
     if (verb == "ping" && argument.empty()) {
         return {};

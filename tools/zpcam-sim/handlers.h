@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -27,6 +28,15 @@ struct HandlerResult {
     std::string data;
     std::optional<DataTrain> train;
 };
+
+// Result code 11 with the answer data; the bad-argument code with none.
+HandlerResult Ok(std::string data = {});
+HandlerResult Bad();
+
+// Hex fields of the given widths, read one after the other from a command's arguments; nothing
+// unless every field is hexadecimal and the widths add up to the whole text.
+std::optional<std::vector<std::uint32_t>> HexFields(const std::string& args,
+                                                    std::initializer_list<std::size_t> widths);
 
 using Handler = std::function<HandlerResult(CameraModel&, const Command&)>;
 

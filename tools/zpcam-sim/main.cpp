@@ -37,6 +37,7 @@ struct Options {
     std::vector<std::string> results;  // "code=result", hexadecimal
     zpsim::ServerOptions server;
     zpsim::FaultConfig faults;
+    std::vector<std::string> image;  // "image" control commands applied to every camera at start
 };
 
 // Cameras from the config file, then one per --ip; with neither, one camera on 127.0.0.1.
@@ -74,6 +75,19 @@ std::string BuildCameras(const Options& options, std::vector<zpsim::SimCamera>& 
     return {};
 }
 
+std::string ApplyImageOptions(const std::vector<std::string>& commands,
+                              std::vector<zpsim::SimCamera>& cameras) {
+    for (const auto& command : commands) {
+        for (auto& camera : cameras) {
+            std::string error = zpsim::ApplyImageCommand(camera.model.image, command);
+            if (!error.empty()) {
+                return "--image " + command + ": " + error;
+            }
+        }
+    }
+    return {};
+}
+
 std::string ParseResultOverrides(const std::vector<std::string>& overrides, zpsim::FaultConfig& faults) {
     zpsim::FaultInjector injector(faults);
     for (const auto& text : overrides) {
@@ -101,12 +115,25 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--announce-to", options.server.announce.unicastHost, "send announcements to this host");
     app.add_flag("--multicast", options.server.announce.multicast, "send announcements to the group (TTL 0)");
     app.add_option("--announce-port", options.server.announce.port, "announcement port");
+    app.add_option("--multicast-ttl", options.server.announce.multicastTtl,
+                   "TTL of multicast announcements (default 0: this host only)")
+        ->check(CLI::Range(0, 1));
+    app.add_flag("--no-discovery", [&options](std::int64_t) { options.server.discovery.enabled = false; },
+                 "do not answer discovery broadcasts");
+    app.add_option("--binary-type", options.server.discovery.binaryType,
+                   "answer the binary discovery request with this camera type (default 0: no answer)");
+    app.add_option("--binary-model", options.server.discovery.binaryModel, "model value of binary answers");
     app.add_option("--command-port", options.server.commandPort, "command port");
     app.add_option("--control-port", options.server.controlPort, "control channel port on the first camera");
     app.add_flag("--silent", options.faults.silent, "never answer");
     app.add_option("--result", options.results, "answer a command with a result code: CC=RR (hex)");
     app.add_option("--drop", options.faults.dropEvery, "drop every Nth reply");
     app.add_option("--delay", options.faults.delayMs, "delay every reply by this many ms");
+    app.add_option("--image", options.image,
+                   "image side, as the control verb 'image ...' (repeat): drop <seq>, loss <share>, "
+                   "reorder <seq>, shuffle <share>, duplicate <seq>, truncate <k>, oversize, overlong, "
+                   "info-first, fail <n>, clear, colour on|off, quality <q>, subsampling <0..2>, "
+                   "tone on|off");
 }
 
 }  // namespace
@@ -126,6 +153,9 @@ int main(int argc, char** argv) {
     std::string error = ParseResultOverrides(options.results, options.faults);
     if (error.empty()) {
         error = BuildCameras(options, cameras);
+    }
+    if (error.empty()) {
+        error = ApplyImageOptions(options.image, cameras);
     }
     if (!error.empty()) {
         std::fprintf(stderr, "zpcam-sim: %s\n", error.c_str());

@@ -64,13 +64,27 @@ std::optional<std::uint32_t> ParseDecimal(std::string_view text) {
     return value;
 }
 
+namespace {
+
+// The two image requests come without "\r\n": "#AA88" + 12 characters and "#AA8C" + 6 characters.
+bool IsBareImageRequest(std::string_view line) {
+    if (line.empty() || line[0] != '#' || (line.size() != 17 && line.size() != 11)) {
+        return false;
+    }
+    std::string_view code = line.substr(3, 2);
+    return line.size() == 17 ? code == "88" : (code == "8C" || code == "8c");
+}
+
+}  // namespace
+
 std::optional<Command> ParseCommand(std::string_view line) {
-    if (line.size() < 4 || line.substr(line.size() - 2) != "\r\n") {
+    const bool bare = IsBareImageRequest(line);
+    if (!bare && (line.size() < 4 || line.substr(line.size() - 2) != "\r\n")) {
         return std::nullopt;
     }
-    std::string_view body = line.substr(0, line.size() - 2);
+    std::string_view body = bare ? line : line.substr(0, line.size() - 2);
     Command command;
-    if (line.size() < 5) {
+    if (!bare && line.size() < 5) {
         auto code = ParseByte(body);
         if (!code) {
             return std::nullopt;

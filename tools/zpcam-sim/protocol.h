@@ -29,8 +29,9 @@ struct Command {
     std::string args;  // everything between the command code and "\r\n"
 };
 
-// Parses "#AACC<args>\r\n" or, for lines shorter than 5 characters, "CC\r\n".
-// Returns nothing for a line without "\r\n", with a bad "#" prefix or with non-hex digits.
+// Parses "#AACC<args>\r\n" or, for lines shorter than 5 characters, "CC\r\n"; the image requests
+// "#AA88<12 characters>" and "#AA8C<6 characters>" also without "\r\n".
+// Returns nothing for any other line without "\r\n", with a bad "#" prefix or with non-hex digits.
 std::optional<Command> ParseCommand(std::string_view line);
 
 // "#" + address + result + command code + data + "\r\n".

@@ -23,11 +23,30 @@ HandlerTable MakeDefaultHandlers() {
     return table;
 }
 
-namespace {
-
-HandlerResult Ok(std::string data = {}) {
+HandlerResult Ok(std::string data) {
     return HandlerResult{kResultOk, std::move(data), std::nullopt};
 }
+HandlerResult Bad() {
+    return HandlerResult{kResultBadArgument, {}, std::nullopt};
+}
+
+std::optional<std::vector<std::uint32_t>> HexFields(const std::string& args,
+                                                    std::initializer_list<std::size_t> widths) {
+    std::vector<std::uint32_t> values;
+    std::size_t at = 0;
+    for (std::size_t width : widths) {
+        if (at + width > args.size()) return std::nullopt;
+        auto value = ParseHex(std::string_view(args).substr(at, width));
+        if (!value) return std::nullopt;
+        values.push_back(*value);
+        at += width;
+    }
+    if (at != args.size()) return std::nullopt;
+    return values;
+}
+
+namespace {
+
 HandlerResult Fail(std::uint8_t result) {
     return HandlerResult{result, {}, std::nullopt};
 }

@@ -7,31 +7,8 @@ namespace zpsim {
 
 namespace {
 
-HandlerResult Ok(std::string data = {}) {
-    return HandlerResult{kResultOk, std::move(data), std::nullopt};
-}
-HandlerResult Bad() {
-    return HandlerResult{kResultBadArgument, {}, std::nullopt};
-}
-
-// Hex fields of the given widths, read one after the other; nothing when the text differs in length.
-std::optional<std::vector<std::uint32_t>> Fields(const std::string& args,
-                                                 std::initializer_list<std::size_t> widths) {
-    std::vector<std::uint32_t> values;
-    std::size_t at = 0;
-    for (std::size_t width : widths) {
-        if (at + width > args.size()) return std::nullopt;
-        auto value = ParseHex(std::string_view(args).substr(at, width));
-        if (!value) return std::nullopt;
-        values.push_back(*value);
-        at += width;
-    }
-    if (at != args.size()) return std::nullopt;
-    return values;
-}
-
 HandlerResult NetPerf(CameraModel& m, const Command& c) {
-    auto v = Fields(c.args, {4, 4, 4});
+    auto v = HexFields(c.args, {4, 4, 4});
     if (!v || (*v)[2] != 0x0100) return Bad();
     m.settings.netPerf = static_cast<std::uint16_t>((*v)[0]);
     return Ok();
@@ -39,7 +16,7 @@ HandlerResult NetPerf(CameraModel& m, const Command& c) {
 
 HandlerResult NetSpeed(CameraModel& m, const Command& c) {
     if (c.args.empty()) return Ok(Hex2(m.settings.netSpeed));
-    auto v = Fields(c.args, {2});
+    auto v = HexFields(c.args, {2});
     if (!v) return Bad();
     m.settings.netSpeed = static_cast<std::uint8_t>((*v)[0]);
     return Ok();
@@ -48,7 +25,7 @@ HandlerResult NetSpeed(CameraModel& m, const Command& c) {
 HandlerResult WhiteBalance(CameraModel& m, const Command& c) {
     auto& wb = m.settings.wb;
     if (c.args.empty()) return Ok(Hex8(wb[0]) + Hex8(wb[1]) + Hex8(wb[2]));
-    auto v = Fields(c.args, {8, 8, 8});
+    auto v = HexFields(c.args, {8, 8, 8});
     if (!v) return Bad();
     for (std::size_t i = 0; i < 3; ++i) wb[i] = (*v)[i];
     return Ok();
@@ -60,7 +37,7 @@ HandlerResult ActiveArea(CameraModel& m, const Command& c) {
         return Ok(Hex4(s.areaWidth.value_or(m.Identity().width)) +
                   Hex4(s.areaHeight.value_or(m.Identity().height)));
     }
-    auto v = Fields(c.args, {4, 4});
+    auto v = HexFields(c.args, {4, 4});
     if (!v) return Bad();
     s.areaWidth = static_cast<std::uint16_t>((*v)[0]);
     s.areaHeight = static_cast<std::uint16_t>((*v)[1]);
@@ -68,7 +45,7 @@ HandlerResult ActiveArea(CameraModel& m, const Command& c) {
 }
 
 HandlerResult LiveSize(CameraModel& m, const Command& c) {
-    auto v = Fields(c.args, {8, 4, 4, 2});
+    auto v = HexFields(c.args, {8, 4, 4, 2});
     if (!v || (*v)[0] != 0 || (*v)[3] > 1) return Bad();
     m.settings.liveWidth = static_cast<std::uint16_t>((*v)[1]);
     m.settings.liveHeight = static_cast<std::uint16_t>((*v)[2]);
@@ -83,7 +60,7 @@ HandlerResult SessionLength(CameraModel& m, const Command& c) {
         return Ok(Hex8(m.settings.sessionLength.value_or(id.lastFrame - id.firstFrame)) +
                   Hex8(id.frameCapacity));
     }
-    auto v = Fields(c.args, {8});
+    auto v = HexFields(c.args, {8});
     if (!v || *v->data() == 0) return Bad();
     m.settings.sessionLength = (*v)[0];
     return Ok();
@@ -91,7 +68,7 @@ HandlerResult SessionLength(CameraModel& m, const Command& c) {
 
 HandlerResult TriggerPosition(CameraModel& m, const Command& c) {
     if (c.args.empty()) return Ok(Hex8(m.settings.triggerPosition));
-    auto v = Fields(c.args, {8});
+    auto v = HexFields(c.args, {8});
     if (!v) return Bad();
     m.settings.triggerPosition = (*v)[0];
     return Ok();
@@ -100,9 +77,9 @@ HandlerResult TriggerPosition(CameraModel& m, const Command& c) {
 HandlerResult FrameRate(CameraModel& m, const Command& c) {
     auto& s = m.settings;
     if (c.args.empty()) return Ok(Hex2(s.rateCode) + Hex8(s.rate));
-    auto rates = Fields(c.args, {2, 8, 8, 8, 8});
-    auto codes = rates ? rates : Fields(c.args, {2, 2, 2, 8});
-    if (!codes) codes = Fields(c.args, {2, 2, 2, 4});
+    auto rates = HexFields(c.args, {2, 8, 8, 8, 8});
+    auto codes = rates ? rates : HexFields(c.args, {2, 2, 2, 8});
+    if (!codes) codes = HexFields(c.args, {2, 2, 2, 4});
     if (!codes) return Bad();
     const auto& v = *codes;
     if (rates ? (v[0] != 0 || v[1] != v[2] || v[1] != v[3])
@@ -115,11 +92,11 @@ HandlerResult FrameRate(CameraModel& m, const Command& c) {
 }
 
 HandlerResult Exposure(CameraModel& m, const Command& c) {
-    auto which = Fields(c.args.substr(0, 2), {2});
+    auto which = HexFields(c.args.substr(0, 2), {2});
     if (!which || (*which)[0] < 1 || (*which)[0] > 2) return Bad();
     auto& slot = m.settings.exposureUs[(*which)[0] - 1];
     if (c.args.size() == 2) return Ok(Hex2(static_cast<std::uint8_t>((*which)[0])) + Hex4(slot));
-    auto v = Fields(c.args, {2, 4});
+    auto v = HexFields(c.args, {2, 4});
     if (!v) return Bad();
     slot = static_cast<std::uint16_t>((*v)[1]);
     return Ok();
@@ -128,7 +105,7 @@ HandlerResult Exposure(CameraModel& m, const Command& c) {
 HandlerResult SyncIn(CameraModel& m, const Command& c) {
     auto& s = m.settings;
     if (c.args.empty()) return Ok(Hex2(s.syncFunction) + Hex2(s.syncOption));
-    auto v = Fields(c.args, {2, 2});
+    auto v = HexFields(c.args, {2, 2});
     if (!v || (*v)[1] > 2) return Bad();
     s.syncFunction = static_cast<std::uint8_t>((*v)[0]);
     s.syncOption = static_cast<std::uint8_t>((*v)[1]);
@@ -137,7 +114,7 @@ HandlerResult SyncIn(CameraModel& m, const Command& c) {
 
 HandlerResult Burst(CameraModel& m, const Command& c) {
     if (c.args.empty()) return Ok(Hex4(m.settings.burst));
-    auto v = Fields(c.args, {4});
+    auto v = HexFields(c.args, {4});
     if (!v) return Bad();
     m.settings.burst = static_cast<std::uint16_t>((*v)[0]);
     return Ok();
@@ -146,7 +123,7 @@ HandlerResult Burst(CameraModel& m, const Command& c) {
 HandlerResult TrigIn(CameraModel& m, const Command& c) {
     auto& s = m.settings;
     if (c.args.empty()) return Ok(Hex2(s.trigFunction) + Hex8(s.trigTimeUs));
-    auto v = Fields(c.args, {2, 8});
+    auto v = HexFields(c.args, {2, 8});
     if (!v || (*v)[0] > 2 || (*v)[1] > 500000) return Bad();
     s.trigFunction = static_cast<std::uint8_t>((*v)[0]);
     s.trigTimeUs = (*v)[1];
@@ -155,7 +132,7 @@ HandlerResult TrigIn(CameraModel& m, const Command& c) {
 
 HandlerResult TrigDelay(CameraModel& m, const Command& c) {
     if (c.args.empty()) return Ok(Hex4(m.settings.trigDelayMs));
-    auto v = Fields(c.args, {4});
+    auto v = HexFields(c.args, {4});
     if (!v) return Bad();
     m.settings.trigDelayMs = static_cast<std::uint16_t>((*v)[0]);
     return Ok();
