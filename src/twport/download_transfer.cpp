@@ -25,6 +25,9 @@ constexpr int kDataReceiveBuffer = 6786048;  // a whole frame can queue while th
 constexpr int kLiveFirstWaitUs = 500000;
 constexpr int kRecordedFirstWaitUs = 8000000;
 constexpr int kNextWaitUs = 1000000;
+// An empty socket in the middle of a train: let segments gather for this long before waiting, so
+// one wake-up takes several of them instead of one each.
+constexpr long kGatherNs = 100000;
 constexpr std::size_t kSpillSize = 65536;  // more than any UDP datagram
 constexpr unsigned short kLiveSelectorMask = 1;
 
@@ -141,6 +144,11 @@ int CTWPort::ImageFunction(int socket, char* buffer, int size, int& imageLength,
         message.msg_iovlen = 2;
         // Wait only when nothing is queued: one system call per datagram while the train flows.
         ssize_t received = ::recvmsg(socket, &message, MSG_DONTWAIT);
+        if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK) && train.Datagrams() > 0) {
+            const timespec gather{0, kGatherNs};
+            ::nanosleep(&gather, nullptr);
+            received = ::recvmsg(socket, &message, MSG_DONTWAIT);
+        }
         if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
             ++waits;
             const int ready = WaitReadable(socket, wait);
