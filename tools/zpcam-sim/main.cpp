@@ -67,6 +67,7 @@ std::string BuildCameras(const Options& options, std::vector<zpsim::SimCamera>& 
             return error;
         }
         identity.address = static_cast<std::uint8_t>(defaults.address + i);
+        identity.serial = defaults.serial + static_cast<std::uint32_t>(i);
         identities.push_back(identity);
     }
     for (const auto& identity : identities) {
@@ -106,7 +107,7 @@ std::string ParseResultOverrides(const std::vector<std::string>& overrides, zpsi
 
 void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--ip", options.ips,
-                   "IPv4 address of a camera (repeat for several; address byte counts up)");
+                   "IPv4 address of a camera (repeat for several; address byte and serial number count up)");
     app.add_option("--config", options.configPath, "key=value file with [camera] sections");
     for (const char* key : kIdentityKeys) {
         app.add_option(std::string("--") + key, options.identity[key], std::string("camera ") + key);
