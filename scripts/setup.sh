@@ -12,6 +12,7 @@ PACKAGES=(
   libjpeg62-turbo-dev libpng-dev libcli11-dev  # imaging layer, tools
   iputils-ping                       # the OS layer pings through the system ping program
   iproute2 util-linux                # ip and unshare for the network-namespace tests
+  clang                              # the kernel packet filter of the lossy-link test
 )
 
 missing=()
