@@ -66,7 +66,7 @@ InsideNamespace::~InsideNamespace() {
 NetFixture::NetFixture(std::vector<CameraLan> lans) {
     for (std::size_t i = 0; i < lans.size() && m_error.empty(); ++i) {
         auto lan = std::make_unique<LanState>();
-        lan->spec = std::move(lans[i]);
+        lan->layout = std::move(lans[i]);
         const std::string stem = "/tmp/zp_netfix_" + std::to_string(::getpid()) + "_" + std::to_string(i);
         lan->logPath = stem + ".log";
         lan->configPath = stem + ".conf";
@@ -95,22 +95,22 @@ std::string NetFixture::Build(LanState& lan, bool firstLan) {
     {
         InsideNamespace inside(*lan.space);
         if (!inside.Entered()) return "cannot enter the camera namespace";
-        for (const auto& ip : lan.spec.cameraIps) {
-            const std::string cidr = ip + "/" + std::to_string(lan.spec.prefix);
+        for (const auto& ip : lan.layout.cameraIps) {
+            const std::string cidr = ip + "/" + std::to_string(lan.layout.prefix);
             if (!RunIp("addr add " + cidr + " dev " + lanInterface)) return Failed("camera address " + cidr);
         }
         if (!RunIp("route add " + std::string(kMulticastRoute) + " dev " + lanInterface))
             return Failed("camera multicast route");
     }
-    if (firstLan && !lan.spec.adapters.empty() &&
-        !RunIp("route add " + std::string(kMulticastRoute) + " dev " + lan.spec.adapters.front().name))
+    if (firstLan && !lan.layout.adapters.empty() &&
+        !RunIp("route add " + std::string(kMulticastRoute) + " dev " + lan.layout.adapters.front().name))
         return Failed("host multicast route");
-    return lan.spec.startSimulator ? StartSimulator(lan) : std::string();
+    return lan.layout.startSimulator ? StartSimulator(lan) : std::string();
 }
 
 std::string NetFixture::ConnectAdapters(LanState& lan, std::string& lanInterface) {
     std::vector<std::string> peers;
-    for (const auto& adapter : lan.spec.adapters) {
+    for (const auto& adapter : lan.layout.adapters) {
         const std::string peer = adapter.name + "c";
         if (!AddVethPair(adapter.name, peer, adapter.mac, adapter.mtu, adapter.cidr))
             return Failed("veth " + adapter.name);
@@ -142,17 +142,17 @@ std::string NetFixture::ConnectAdapters(LanState& lan, std::string& lanInterface
 std::string NetFixture::StartSimulator(LanState& lan) {
     {
         std::ofstream config(lan.configPath);
-        for (std::size_t i = 0; i < lan.spec.cameraIps.size(); ++i) {
-            config << "[camera]\nip=" << lan.spec.cameraIps[i]
-                   << "\naddress=" << static_cast<unsigned>(lan.spec.firstAddress + i)
-                   << "\nserial=" << lan.spec.firstSerial + i << "\n"
-                   << lan.spec.cameraKeys;
+        for (std::size_t i = 0; i < lan.layout.cameraIps.size(); ++i) {
+            config << "[camera]\nip=" << lan.layout.cameraIps[i]
+                   << "\naddress=" << static_cast<unsigned>(lan.layout.firstAddress + i)
+                   << "\nserial=" << lan.layout.firstSerial + i << "\n"
+                   << lan.layout.cameraKeys;
         }
         if (!config) return Failed("writing " + lan.configPath);
     }
     std::vector<std::string> args = {"--config",    lan.configPath, "--log", lan.logPath, "--multicast",
                                      "--multicast-ttl", "1"};
-    args.insert(args.end(), lan.spec.simArgs.begin(), lan.spec.simArgs.end());
+    args.insert(args.end(), lan.layout.simArgs.begin(), lan.layout.simArgs.end());
     InsideNamespace inside(*lan.space);
     if (!inside.Entered()) return "cannot enter the camera namespace";
     lan.sim = std::make_unique<SimProcess>(args);

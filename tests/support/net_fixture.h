@@ -87,7 +87,7 @@ public:
 
 private:
     struct LanState {
-        CameraLan spec;
+        CameraLan layout;
         std::unique_ptr<NetNamespace> space;
         std::unique_ptr<SimProcess> sim;
         std::string logPath;

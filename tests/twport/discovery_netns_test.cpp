@@ -29,13 +29,13 @@ HostAdapter Adapter(const std::string& name, int lan, int host, int mtu = 1500) 
 }
 
 CameraLan Lan(std::vector<HostAdapter> adapters, int lan, int cameras, std::vector<std::string> simArgs = {}) {
-    CameraLan spec;
-    spec.adapters = std::move(adapters);
-    for (int i = 0; i < cameras; ++i) spec.cameraIps.push_back(CameraIp(lan, i));
-    spec.firstAddress = 0x10;
-    spec.firstSerial = kFirstSerial;
-    spec.simArgs = std::move(simArgs);
-    return spec;
+    CameraLan layout;
+    layout.adapters = std::move(adapters);
+    for (int i = 0; i < cameras; ++i) layout.cameraIps.push_back(CameraIp(lan, i));
+    layout.firstAddress = 0x10;
+    layout.firstSerial = kFirstSerial;
+    layout.simArgs = std::move(simArgs);
+    return layout;
 }
 
 std::vector<_ZP_ENUMITEMEX> Enumerate(unsigned int& count, std::vector<_ZP_ENUMITEMEX> items = {}) {
