@@ -6,7 +6,6 @@
 // reported for the raw download. Runs only in a private network namespace (bench_main makes one
 // when run as root).
 #include <arpa/inet.h>
-#include <net/if.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -22,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "private_namespace.h"
 #include "sim/sim_process.h"
 #include "support/net_fixture.h"
 #include "zpport/CameraSettings.h"
@@ -35,18 +35,6 @@ constexpr unsigned int kRgbSize = kRawSize * 3;
 constexpr unsigned int kFrame = 1;           // the same recorded frame every time
 constexpr unsigned int kReadUncompressed = 1, kReadJpegStream = 4;
 constexpr int kSocketBuffer = 6786048;       // the library's data socket asks for the same
-
-bool InPrivateNamespace() {
-    struct if_nameindex* interfaces = ::if_nameindex();
-    if (interfaces == nullptr) return false;
-    bool onlyOurs = true;
-    for (const struct if_nameindex* entry = interfaces; entry->if_index != 0; ++entry) {
-        const std::string name = entry->if_name;
-        onlyOurs = onlyOurs && (name == "lo" || name == "zpdl0");
-    }
-    ::if_freenameindex(interfaces);
-    return onlyOurs;
-}
 
 // A simulated colour camera holding 100 frames of 1504 x 1128, reached at cameraIp from hostIp.
 struct Link {
@@ -82,7 +70,8 @@ Link* MakeLink(int kind) {
 }
 
 Link& LinkOf(int kind) {
-    static Link* links[2] = {MakeLink(0), MakeLink(1)};  // the processes live as long as the run
+    // Made in this order before any link exists; the processes live as long as the run.
+    static Link* links[2] = {MakeLink(0), MakeLink(1)};
     return *links[kind];
 }
 

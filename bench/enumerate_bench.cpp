@@ -1,30 +1,16 @@
 // Wall time of PoEnumerate against 1, 16 and 64 simulated cameras behind one veth adapter. The
 // cameras live in a namespace of their own, so the benchmark runs only when the process is in a
 // private network namespace (bench_main makes one when run as root) and refuses to run otherwise.
-#include <net/if.h>
-
 #include <benchmark/benchmark.h>
 
 #include <string>
 #include <vector>
 
+#include "private_namespace.h"
 #include "support/net_fixture.h"
 #include "zpport/ZpPortTW.h"
 
 namespace {
-
-// True when the process sees no interface but loopback: a namespace of its own, with nothing that
-// could carry a broadcast to a real network.
-bool InPrivateNamespace() {
-    struct if_nameindex* interfaces = ::if_nameindex();
-    if (interfaces == nullptr) return false;
-    bool onlyLoopback = true;
-    for (const struct if_nameindex* entry = interfaces; entry->if_index != 0; ++entry) {
-        onlyLoopback = onlyLoopback && std::string(entry->if_name) == "lo";
-    }
-    ::if_freenameindex(interfaces);
-    return onlyLoopback;
-}
 
 zptest::CameraLan Cameras(int count) {
     zptest::CameraLan lan;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "net/os_adapter_query.h"
+#include "os/text_copy.h"
 #include "zpport/AddressText.h"
 #include "zpport/NetworkAdapters.h"
 
@@ -18,24 +19,17 @@ void FormatMac(const uint8_t* bytes, char* out, size_t size) {
                   bytes[4], bytes[5]);
 }
 
-// A bounded copy of a field that the OS layer may leave unterminated.
-template <size_t N>
-void CopyField(char* out, size_t outSize, const char (&field)[N]) {
-    const size_t length = strnlen(field, N);
-    std::snprintf(out, outSize, "%.*s", static_cast<int>(length), field);
-}
-
 void FillDescription(const _OS_ADAPTER_INFO& info, _NET_AD_DESCR& entry) {
     std::memset(&entry, 0, sizeof entry);
-    CopyField(entry.description, sizeof entry.description, info.Description);
+    zpos::CopyText(entry.description, info.Description);
     char* cut = std::strstr(entry.description, " - ");
     if (cut != nullptr) *cut = '\0';
     char dotted[sizeof info.IpAddress + 1];
-    CopyField(dotted, sizeof dotted, info.IpAddress);
+    zpos::CopyText(dotted, info.IpAddress);
     std::snprintf(entry.ipText, sizeof entry.ipText, "[%s]", dotted);
     StringAddressToLongSquare(entry.ipText, entry.ip);
     FormatMac(info.Address, entry.macText, sizeof entry.macText);
-    CopyField(dotted, sizeof dotted, info.IpMask);
+    zpos::CopyText(dotted, info.IpMask);
     std::snprintf(entry.maskText, sizeof entry.maskText, "[%s]", dotted);
     entry.mtu = 0;
 }

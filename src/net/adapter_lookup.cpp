@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "net/os_adapter_query.h"
+#include "os/text_copy.h"
 #include "zpport/AddressText.h"
 #include "zpport/NetworkAdapters.h"
 
@@ -48,16 +49,14 @@ void FindAdapterAddresses(unsigned int ip, unsigned int& ipOut, unsigned int& ma
     if (!zpnet::QueryAdapters(OS_NetGetAdaptersInfo, records)) return;
     for (const _OS_ADAPTER_INFO* record : zpnet::FilledRecords(records, zpnet::IsFilledInfo)) {
         char address[sizeof record->IpAddress + 1];
-        std::snprintf(address, sizeof address, "%.*s",
-                      static_cast<int>(strnlen(record->IpAddress, sizeof record->IpAddress)), record->IpAddress);
+        zpos::CopyText(address, record->IpAddress);
         if (strcasecmp(address, dotted) != 0) continue;
         const uint8_t* mac = record->Address;
         macHigh = (static_cast<unsigned int>(mac[0]) << 8) + mac[1];
         macLow = (static_cast<unsigned int>(mac[2]) << 24) | (static_cast<unsigned int>(mac[3]) << 16) |
                  (static_cast<unsigned int>(mac[4]) << 8) | mac[5];
         char maskText[sizeof record->IpMask + 1];
-        std::snprintf(maskText, sizeof maskText, "%.*s",
-                      static_cast<int>(strnlen(record->IpMask, sizeof record->IpMask)), record->IpMask);
+        zpos::CopyText(maskText, record->IpMask);
         StringAddressToLong(maskText, mask);
     }
 }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "os/text_copy.h"
 #include "zpport/AddressText.h"
 
 namespace zpnet {
@@ -125,8 +126,7 @@ void FillAddressFields(_ZP_ENUMITEMEX& item, uint32_t senderHostOrder, const cha
     std::snprintf(item.ipText, sizeof item.ipText, "%s", senderText);
     CopyUnbracketed(item.adapterIpText, sizeof item.adapterIpText, adapter.ipText);
     CopyUnbracketed(item.adapterMaskText, sizeof item.adapterMaskText, adapter.maskText);
-    std::snprintf(item.adapterMacText, sizeof item.adapterMacText, "%.*s",
-                  static_cast<int>(strnlen(adapter.macText, sizeof adapter.macText)), adapter.macText);
+    zpos::CopyText(item.adapterMacText, adapter.macText);
 }
 
 bool CameraNameFromAnswer(const char* answer, char* name, size_t nameSize) {
@@ -135,8 +135,7 @@ bool CameraNameFromAnswer(const char* answer, char* name, size_t nameSize) {
     const char* first = last;
     while (first > answer && *(first - 1) != '"') --first;
     if (first == answer) return false;
-    const size_t length = static_cast<size_t>(last - first);
-    std::snprintf(name, nameSize, "%.*s", static_cast<int>(length), first);
+    zpos::CopyText(name, nameSize, first, static_cast<size_t>(last - first));
     return true;
 }
 

@@ -7,16 +7,12 @@
 #include <cstdio>
 #include <cstring>
 
+#include "os/text_copy.h"
 #include "zpport/OSLayer.h"
 
 namespace zptrace {
 
-// Bounded copy that always terminates (size > 0).
-inline void CopyText(char* out, std::size_t size, const char* text) {
-    const std::size_t length = ::strnlen(text, size - 1);
-    std::memcpy(out, text, length);
-    out[length] = '\0';
-}
+using zpos::CopyText;
 
 // base := name up to its last "."; extension := the rest from that "." on, or empty.
 // The last "." may lie in a directory name ("/tmp/a.b/log" splits into "/tmp/a" and ".b/log").

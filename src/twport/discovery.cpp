@@ -6,6 +6,7 @@
 #include "net/discovery_answers.h"
 #include "net/enumeration.h"
 #include "net/neighbour_table.h"
+#include "os/text_copy.h"
 #include "twport/tw_port_internal.h"
 #include "zpport/AddressText.h"
 #include "zpport/NetworkAdapters.h"
@@ -33,20 +34,15 @@ bool IsListed(const _ZP_ENUMITEMEX* items, unsigned int existing, unsigned int i
     return false;
 }
 
-template <size_t N>
-void CopyText(char (&out)[N], const char (&in)[N]) {
-    std::snprintf(out, N, "%.*s", static_cast<int>(strnlen(in, N - 1)), in);
-}
-
 // The fields every item takes from the answer and the adapter it came on.
 void CopyAnswer(_ZP_ENUMITEMEX& item, const _ZP_ENUMITEMEX& found, unsigned int index) {
     item.portId = kFirstPortId + index;
     std::memset(&item.cmdAddress, 0, 4);  // bytes 996..999: the address byte stays with the port
     item.infoTag = kInfoTag;
-    CopyText(item.adapterIpText, found.adapterIpText);
-    CopyText(item.adapterMaskText, found.adapterMaskText);
-    CopyText(item.adapterMacText, found.adapterMacText);
-    CopyText(item.ipText, found.ipText);
+    zpos::CopyText(item.adapterIpText, found.adapterIpText);
+    zpos::CopyText(item.adapterMaskText, found.adapterMaskText);
+    zpos::CopyText(item.adapterMacText, found.adapterMacText);
+    zpos::CopyText(item.ipText, found.ipText);
     StringToMACAddress(item.adapterMacText, item.adapterMac, item.adapterMacHigh);
     StringAddressToLong(item.adapterIpText, item.adapterIp);
     StringAddressToLong(item.adapterMaskText, item.adapterMask);
@@ -102,9 +98,7 @@ void CTWPort::Enumerate(_ZP_ENUMITEMEX* items, unsigned int* count, unsigned int
         CopyAnswer(item, found[i], next);
         m_dwTraceChannel = item.portId;
         m_byCameraAddress.store(found[i].cmdAddress);
-        const size_t length = strnlen(item.ipText, sizeof m_szCameraAddress - 1);
-        std::memcpy(m_szCameraAddress, item.ipText, length);
-        m_szCameraAddress[length] = '\0';
+        zpos::CopyText(m_szCameraAddress, item.ipText);
         GetEnumInfo(&item);
         // The answer does not carry the camera's MAC; after the exchange the kernel knows it.
         zpnet::NeighbourMacAddress(item.ipAddress, item.macLow, item.macHigh);
