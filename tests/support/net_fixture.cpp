@@ -10,6 +10,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <vector>
 
 #include "support/netns.h"
 
@@ -17,42 +18,111 @@ namespace zptest {
 
 namespace {
 
-constexpr const char kOwnNamespace[] = "/proc/thread-self/ns/net";
-constexpr const char kBridge[] = "zpbr0";
-constexpr const char kMulticastRoute[] = "224.0.0.0/4";
-
-int OpenOwnNamespace() { return ::open(kOwnNamespace, O_RDONLY | O_CLOEXEC); }
+int OpenOwnNamespace() { return ::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC); }
 
 // Returns the calling thread to the namespace it came from; a thread that cannot go back must not
 // run any further test code.
 void ReturnTo(int home) {
-    if (::setns(home, CLONE_NEWNET) != 0) {
-        std::fprintf(stderr, "net fixture: cannot return to the test namespace: %s\n", std::strerror(errno));
-        std::abort();
-    }
+    if (::setns(home, CLONE_NEWNET) == 0) return;
+    std::fprintf(stderr, "net fixture: cannot return to the test namespace: %s\n", std::strerror(errno));
+    std::abort();
 }
 
-std::string Failed(const std::string& what) { return what + " failed"; }
+// Runs a shell script in the calling thread's namespace; false (and the script on stderr) when it fails.
+bool Run(const std::string& script) {
+    const int rc = std::system(("set -e\n" + script).c_str());
+    if (rc != 0) std::fprintf(stderr, "net fixture: failed (%d):\n%s\n", rc, script.c_str());
+    return rc == 0;
+}
+
+std::string IpBatch(const std::string& commands) { return "ip -batch - <<'EOF'\n" + commands + "EOF\n"; }
+
+// The kernel finishes bringing a link up in the background (carrier, transmit queue, bridge port
+// state) and drops what is sent before: waits up to five seconds for each link to report being up.
+std::string AwaitUp(const std::vector<std::string>& links, bool bridgePorts) {
+    std::string script;
+    for (const auto& link : links) {
+        const std::string check = "ip -d -o link show dev " + link + " | grep -q ' state UP .*" +
+                                  (bridgePorts ? "bridge_slave state forwarding" : "") + "'";
+        script += "for i in $(seq 500); do " + check + " && break; sleep 0.01; done\n" + check + "\n";
+    }
+    return script;
+}
+
+// The links of one camera LAN: host ends in the calling thread's namespace, camera ends (bridged when
+// there are several) with the cameras' addresses in the LAN's own namespace.
+std::string BuildLan(const CameraLan& layout, const NetNamespace& space, bool firstLan) {
+    const auto& adapters = layout.adapters;
+    if (adapters.empty() || !space.Valid()) return "a camera LAN needs an adapter and a namespace";
+    const bool bridged = adapters.size() > 1;
+    const std::string lanInterface = bridged ? "zpbr0" : adapters[0].name + "c";
+    std::string host, camera = bridged ? "link add zpbr0 type bridge\n" : "";
+    std::vector<std::string> hostLinks, peers;
+    for (const auto& a : adapters) {
+        const std::string peer = a.name + "c", mtu = std::to_string(a.mtu);
+        host += "link add " + a.name + " type veth peer name " + peer + "\nlink set " + a.name + " mtu " + mtu +
+                "\nlink set " + peer + " mtu " + mtu + "\n";
+        if (!a.mac.empty()) host += "link set " + a.name + " address " + a.mac + "\n";
+        if (!a.peerMac.empty()) host += "link set " + peer + " address " + a.peerMac + "\n";
+        if (!a.cidr.empty()) host += "addr add " + a.cidr + " dev " + a.name + "\n";
+        host += "link set " + peer + " netns " + space.Path() + "\nlink set " + a.name + " up\n";
+        camera += (bridged ? "link set " + peer + " master zpbr0\n" : "") + "link set " + peer + " up\n";
+        hostLinks.push_back(a.name);
+        peers.push_back(peer);
+    }
+    camera += "link set lo up\nlink set " + lanInterface + " up\nroute add 224.0.0.0/4 dev " + lanInterface + "\n";
+    for (const auto& ip : layout.cameraIps) {
+        camera += "addr add " + ip + "/" + std::to_string(layout.prefix) + " dev " + lanInterface + "\n";
+    }
+    if (firstLan) host += "route add 224.0.0.0/4 dev " + adapters[0].name + "\n";
+    if (!Run(IpBatch(host))) return "the host links failed";
+    {
+        InsideNamespace inside(space);
+        if (!inside.Entered() || !Run(IpBatch(camera) + AwaitUp({lanInterface}, false) + AwaitUp(peers, bridged)))
+            return "the camera side failed";
+    }
+    return Run(AwaitUp(hostLinks, false)) ? "" : "the host links did not come up";
+}
+
+std::string StartSimulator(const CameraLan& layout, const NetNamespace& space, const std::string& configPath,
+                           const std::string& logPath, std::unique_ptr<SimProcess>& sim) {
+    {
+        std::ofstream config(configPath);
+        for (std::size_t i = 0; i < layout.cameraIps.size(); ++i) {
+            config << "[camera]\nip=" << layout.cameraIps[i] << "\naddress=" << unsigned(layout.firstAddress + i)
+                   << "\nserial=" << layout.firstSerial + i << "\n" << layout.cameraKeys;
+        }
+        if (!config) return "writing " + configPath + " failed";
+    }
+    std::vector<std::string> args = {"--config", configPath, "--log", logPath, "--multicast", "--multicast-ttl", "1"};
+    args.insert(args.end(), layout.simArgs.begin(), layout.simArgs.end());
+    InsideNamespace inside(space);
+    if (inside.Entered()) sim = std::make_unique<SimProcess>(args);
+    return sim != nullptr && sim->Ready() ? "" : "the simulator did not start";
+}
 
 }  // namespace
 
+struct NetFixture::LanState {
+    CameraLan layout;
+    NetNamespace space;
+    std::unique_ptr<SimProcess> sim;
+};
+
 NetNamespace::NetNamespace() {
     const int home = OpenOwnNamespace();
-    if (home < 0) return;
-    if (::unshare(CLONE_NEWNET) == 0) {
+    if (home >= 0 && ::unshare(CLONE_NEWNET) == 0) {
         m_fd = OpenOwnNamespace();
         ReturnTo(home);
     }
-    ::close(home);
+    if (home >= 0) ::close(home);
 }
 
 NetNamespace::~NetNamespace() {
     if (m_fd >= 0) ::close(m_fd);
 }
 
-std::string NetNamespace::Path() const {
-    return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(m_fd);
-}
+std::string NetNamespace::Path() const { return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(m_fd); }
 
 InsideNamespace::InsideNamespace(const NetNamespace& space) : m_home(OpenOwnNamespace()) {
     m_entered = m_home >= 0 && space.Valid() && ::setns(space.Fd(), CLONE_NEWNET) == 0;
@@ -64,14 +134,17 @@ InsideNamespace::~InsideNamespace() {
 }
 
 NetFixture::NetFixture(std::vector<CameraLan> lans) {
+    if (!m_files.Valid()) m_error = "cannot make a temporary folder";
     for (std::size_t i = 0; i < lans.size() && m_error.empty(); ++i) {
-        auto lan = std::make_unique<LanState>();
-        lan->layout = std::move(lans[i]);
-        const std::string stem = "/tmp/zp_netfix_" + std::to_string(::getpid()) + "_" + std::to_string(i);
-        lan->logPath = stem + ".log";
-        lan->configPath = stem + ".conf";
-        m_lans.push_back(std::move(lan));
-        m_error = Build(*m_lans.back(), i == 0);
+        m_lans.push_back(std::make_unique<LanState>());
+        LanState& lan = *m_lans.back();
+        lan.layout = std::move(lans[i]);
+        for (const auto& adapter : lan.layout.adapters) m_hostLinks.push_back(adapter.name);
+        m_error = BuildLan(lan.layout, lan.space, i == 0);
+        if (m_error.empty() && lan.layout.startSimulator) {
+            const std::string stem = m_files.File("lan" + std::to_string(i));
+            m_error = StartSimulator(lan.layout, lan.space, stem + ".conf", stem + ".log", lan.sim);
+        }
     }
     if (!m_error.empty()) std::fprintf(stderr, "net fixture: %s\n", m_error.c_str());
 }
@@ -79,91 +152,14 @@ NetFixture::NetFixture(std::vector<CameraLan> lans) {
 NetFixture::~NetFixture() {
     for (auto& lan : m_lans) lan->sim.reset();
     for (const auto& link : m_hostLinks) DeleteLink(link);
-    for (auto& lan : m_lans) {
-        lan->space.reset();
-        ::unlink(lan->logPath.c_str());
-        ::unlink(lan->configPath.c_str());
-    }
 }
 
-std::string NetFixture::Build(LanState& lan, bool firstLan) {
-    lan.space = std::make_unique<NetNamespace>();
-    if (!lan.space->Valid()) return std::string("cannot make a namespace: ") + std::strerror(errno);
-    std::string lanInterface;
-    std::string error = ConnectAdapters(lan, lanInterface);
-    if (!error.empty()) return error;
-    {
-        InsideNamespace inside(*lan.space);
-        if (!inside.Entered()) return "cannot enter the camera namespace";
-        for (const auto& ip : lan.layout.cameraIps) {
-            const std::string cidr = ip + "/" + std::to_string(lan.layout.prefix);
-            if (!RunIp("addr add " + cidr + " dev " + lanInterface)) return Failed("camera address " + cidr);
-        }
-        if (!RunIp("route add " + std::string(kMulticastRoute) + " dev " + lanInterface))
-            return Failed("camera multicast route");
-    }
-    if (firstLan && !lan.layout.adapters.empty() &&
-        !RunIp("route add " + std::string(kMulticastRoute) + " dev " + lan.layout.adapters.front().name))
-        return Failed("host multicast route");
-    return lan.layout.startSimulator ? StartSimulator(lan) : std::string();
-}
-
-std::string NetFixture::ConnectAdapters(LanState& lan, std::string& lanInterface) {
-    std::vector<std::string> peers;
-    for (const auto& adapter : lan.layout.adapters) {
-        const std::string peer = adapter.name + "c";
-        if (!AddVethPair(adapter.name, peer, adapter.mac, adapter.mtu, adapter.cidr))
-            return Failed("veth " + adapter.name);
-        m_hostLinks.push_back(adapter.name);
-        if (!RunIp("link set " + peer + " mtu " + std::to_string(adapter.mtu)) ||
-            (!adapter.peerMac.empty() && !RunIp("link set " + peer + " address " + adapter.peerMac)) ||
-            !RunIp("link set " + peer + " netns " + lan.space->Path()))
-            return Failed("moving " + peer);
-        peers.push_back(peer);
-    }
-    if (peers.empty()) return "a camera LAN needs an adapter";
-    InsideNamespace inside(*lan.space);
-    if (!inside.Entered()) return "cannot enter the camera namespace";
-    if (!RunIp("link set lo up")) return Failed("camera loopback");
-    lanInterface = peers.front();
-    if (peers.size() > 1) {
-        lanInterface = kBridge;
-        if (!RunIp(std::string("link add ") + kBridge + " type bridge")) return Failed("bridge");
-        for (const auto& peer : peers) {
-            if (!RunIp("link set " + peer + " master " + kBridge)) return Failed("bridge port " + peer);
-        }
-    }
-    for (const auto& peer : peers) {
-        if (!RunIp("link set " + peer + " up")) return Failed("camera link " + peer);
-    }
-    return RunIp("link set " + lanInterface + " up") ? std::string() : Failed("camera interface");
-}
-
-std::string NetFixture::StartSimulator(LanState& lan) {
-    {
-        std::ofstream config(lan.configPath);
-        for (std::size_t i = 0; i < lan.layout.cameraIps.size(); ++i) {
-            config << "[camera]\nip=" << lan.layout.cameraIps[i]
-                   << "\naddress=" << static_cast<unsigned>(lan.layout.firstAddress + i)
-                   << "\nserial=" << lan.layout.firstSerial + i << "\n"
-                   << lan.layout.cameraKeys;
-        }
-        if (!config) return Failed("writing " + lan.configPath);
-    }
-    std::vector<std::string> args = {"--config",    lan.configPath, "--log", lan.logPath, "--multicast",
-                                     "--multicast-ttl", "1"};
-    args.insert(args.end(), lan.layout.simArgs.begin(), lan.layout.simArgs.end());
-    InsideNamespace inside(*lan.space);
-    if (!inside.Entered()) return "cannot enter the camera namespace";
-    lan.sim = std::make_unique<SimProcess>(args);
-    return lan.sim->Ready() ? std::string() : "the simulator did not start";
-}
+const NetNamespace& NetFixture::Lan(std::size_t lan) const { return m_lans[lan]->space; }
 
 std::vector<std::string> NetFixture::SimLog(std::size_t lan) const {
     std::vector<std::string> lines;
-    std::istringstream in(ReadFile(m_lans[lan]->logPath));
-    std::string line;
-    while (std::getline(in, line)) lines.push_back(line);
+    std::istringstream in(ReadFile(m_files.File("lan" + std::to_string(lan) + ".log")));
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
 }
 

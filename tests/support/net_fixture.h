@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "sim/sim_process.h"
+#include "support/temp_dir.h"
 
 namespace zptest {
 
@@ -81,23 +82,13 @@ public:
     bool Ready() const { return m_error.empty(); }
     const std::string& Error() const { return m_error; }
 
-    const NetNamespace& Lan(std::size_t lan) const { return *m_lans[lan]->space; }
+    const NetNamespace& Lan(std::size_t lan) const;
     // Lines the LAN's simulator received, "ip printable-line" each.
     std::vector<std::string> SimLog(std::size_t lan) const;
 
 private:
-    struct LanState {
-        CameraLan layout;
-        std::unique_ptr<NetNamespace> space;
-        std::unique_ptr<SimProcess> sim;
-        std::string logPath;
-        std::string configPath;
-    };
-
-    std::string Build(LanState& lan, bool firstLan);
-    std::string ConnectAdapters(LanState& lan, std::string& lanInterface);
-    std::string StartSimulator(LanState& lan);
-
+    struct LanState;  // a LAN's layout, namespace, simulator and files
+    TempDir m_files;  // the simulators' configurations and logs; outlives the LANs
     std::vector<std::unique_ptr<LanState>> m_lans;
     std::vector<std::string> m_hostLinks;
     std::string m_error;
