@@ -18,42 +18,45 @@ namespace zptest {
 
 namespace {
 
-constexpr int kStartTimeoutMs = 10000;
+using Clock = std::chrono::steady_clock;
 
-// Reads the child's stdout until "ready\n" or the time-out.
+// Milliseconds left until the deadline, at least 0.
+int MsLeft(Clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return left > 0 ? static_cast<int>(left) : 0;
+}
+
+// Reads the child's stdout until "ready\n", its end or ten seconds.
 bool WaitForReady(int fd) {
     std::string seen;
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kStartTimeoutMs);
+    const auto deadline = Clock::now() + std::chrono::seconds(10);
+    char buffer[256];
+    pollfd pfd{fd, POLLIN, 0};
     while (seen.find("ready\n") == std::string::npos) {
-        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
-                                                                          std::chrono::steady_clock::now());
-        pollfd pfd{fd, POLLIN, 0};
-        if (left.count() <= 0 || ::poll(&pfd, 1, static_cast<int>(left.count())) <= 0) {
-            return false;
-        }
-        char buffer[256];
-        ssize_t size = ::read(fd, buffer, sizeof buffer);
-        if (size <= 0) {
-            return false;
-        }
+        const ssize_t size = ::poll(&pfd, 1, MsLeft(deadline)) > 0 ? ::read(fd, buffer, sizeof buffer) : 0;
+        if (size <= 0) return false;
         seen.append(buffer, static_cast<std::size_t>(size));
     }
     return true;
+}
+
+sockaddr_in Address(const std::string& ip, std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    if (inet_pton(AF_INET, ip.c_str(), &address.sin_addr) != 1) address.sin_family = AF_UNSPEC;
+    return address;
 }
 
 }  // namespace
 
 SimProcess::SimProcess(const std::vector<std::string>& args) {
     int pipeFds[2];
-    if (::pipe(pipeFds) != 0) {
-        return;
-    }
+    if (::pipe(pipeFds) != 0) return;
     std::vector<std::string> all{ZPCAM_SIM_PATH};
     all.insert(all.end(), args.begin(), args.end());
     std::vector<char*> argv;
-    for (auto& arg : all) {
-        argv.push_back(arg.data());
-    }
+    for (auto& arg : all) argv.push_back(arg.data());
     argv.push_back(nullptr);
     const pid_t parent = ::getpid();
     m_pid = ::fork();
@@ -81,74 +84,54 @@ SimProcess::~SimProcess() {
 }
 
 std::optional<int> SimProcess::Terminate(int timeoutMs) {
-    if (m_pid <= 0) {
-        return std::nullopt;
-    }
+    if (m_pid <= 0) return std::nullopt;
     ::kill(m_pid, SIGTERM);
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (std::chrono::steady_clock::now() < deadline) {
-        int status = 0;
-        if (::waitpid(m_pid, &status, WNOHANG) == m_pid) {
-            m_pid = -1;
-            return status;
-        }
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    int status = 0;
+    while (::waitpid(m_pid, &status, WNOHANG) != m_pid) {
+        if (MsLeft(deadline) == 0) return std::nullopt;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    return std::nullopt;
+    m_pid = -1;
+    return status;
 }
 
 UdpClient::UdpClient(const std::string& ip, std::uint16_t port) {
     m_socket = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_port = htons(port);
-    if (m_socket >= 0 && (inet_pton(AF_INET, ip.c_str(), &local.sin_addr) != 1 ||
-                          ::bind(m_socket, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0)) {
+    const sockaddr_in local = Address(ip, port);
+    if (m_socket >= 0 && ::bind(m_socket, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
         ::close(m_socket);
         m_socket = -1;
     }
 }
 
 UdpClient::~UdpClient() {
-    if (m_socket >= 0) {
-        ::close(m_socket);
-    }
+    if (m_socket >= 0) ::close(m_socket);
 }
 
 bool UdpClient::Send(const std::string& ip, std::uint16_t port, const std::string& data) const {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(port);
-    inet_pton(AF_INET, ip.c_str(), &to.sin_addr);
-    return ::sendto(m_socket, data.data(), data.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to) ==
-           static_cast<ssize_t>(data.size());
+    const sockaddr_in to = Address(ip, port);
+    return ::sendto(m_socket, data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&to),
+                    sizeof to) == static_cast<ssize_t>(data.size());
 }
 
 std::optional<std::string> UdpClient::Receive(int timeoutMs) const {
     pollfd pfd{m_socket, POLLIN, 0};
-    if (::poll(&pfd, 1, timeoutMs) <= 0) {
-        return std::nullopt;
-    }
     char buffer[2048];
-    ssize_t size = ::recv(m_socket, buffer, sizeof buffer, 0);
-    if (size < 0) {
-        return std::nullopt;
-    }
+    const ssize_t size = ::poll(&pfd, 1, timeoutMs) > 0 ? ::recv(m_socket, buffer, sizeof buffer, 0) : -1;
+    if (size < 0) return std::nullopt;
     return std::string(buffer, static_cast<std::size_t>(size));
 }
 
 std::optional<std::string> UdpClient::Exchange(const std::string& ip, std::uint16_t port,
                                                const std::string& data, int timeoutMs) const {
-    if (!Send(ip, port, data)) {
-        return std::nullopt;
-    }
+    if (!Send(ip, port, data)) return std::nullopt;
     return Receive(timeoutMs);
 }
 
 std::string ReadFile(const std::string& path) {
-    std::ifstream file(path);
     std::ostringstream text;
-    text << file.rdbuf();
+    text << std::ifstream(path).rdbuf();
     return text.str();
 }
 

@@ -1,15 +1,16 @@
 // JPEG streams for tests: encoded the way the cameras encode (baseline, standard Huffman tables,
-// accurate integer DCT, the given quality and luma sampling), and the offset where the scan data
-// starts, which is where the part a camera sends begins.
+// accurate integer DCT, the given quality and luma sampling), the offset where the scan data
+// starts, which is where the part a camera sends begins, and a plain decode that owes nothing to
+// the library under test.
 #ifndef ZP_TESTS_SUPPORT_JPEG_STREAM_H
 #define ZP_TESTS_SUPPORT_JPEG_STREAM_H
+
+#include <jpeglib.h>
 
 #include <cstddef>
 #include <cstdio>  // before jpeglib.h, which uses FILE
 #include <cstdlib>
 #include <vector>
-
-#include <jpeglib.h>
 
 namespace zptest {
 
@@ -57,6 +58,36 @@ inline std::size_t ScanDataStart(const unsigned char* stream, std::size_t size) 
         position = next;
     }
     return 0;
+}
+
+// A whole stream decoded with libjpeg alone; empty pixels when it warns (a damaged stream).
+struct DecodedJpeg {
+    int width = 0, height = 0, components = 0;
+    std::vector<unsigned char> pixels;
+};
+inline DecodedJpeg DecodeJpeg(const unsigned char* stream, std::size_t size) {
+    jpeg_decompress_struct cinfo;
+    jpeg_error_mgr error;
+    cinfo.err = jpeg_std_error(&error);
+    error.output_message = [](j_common_ptr) {};
+    jpeg_create_decompress(&cinfo);
+    jpeg_mem_src(&cinfo, stream, static_cast<unsigned long>(size));
+    DecodedJpeg out;
+    if (jpeg_read_header(&cinfo, TRUE) == JPEG_HEADER_OK && jpeg_start_decompress(&cinfo)) {
+        out.width = static_cast<int>(cinfo.output_width);
+        out.height = static_cast<int>(cinfo.output_height);
+        out.components = cinfo.output_components;
+        const std::size_t rowLength = static_cast<std::size_t>(out.width) * out.components;
+        out.pixels.resize(rowLength * static_cast<std::size_t>(out.height));
+        while (cinfo.output_scanline < cinfo.output_height) {
+            JSAMPROW row = out.pixels.data() + cinfo.output_scanline * rowLength;
+            jpeg_read_scanlines(&cinfo, &row, 1);
+        }
+        jpeg_finish_decompress(&cinfo);
+    }
+    if (error.num_warnings != 0) out.pixels.clear();
+    jpeg_destroy_decompress(&cinfo);
+    return out;
 }
 
 }  // namespace zptest

@@ -2,9 +2,8 @@
 // behind a veth link whose camera end drops about 1 % of the packets it sends (a kernel filter,
 // support/link_loss.bpf.c), and the simulator shuffles about 1 % of the segments. Every frame must
 // arrive exact, the retries absorbing the damaged trains.
-#include <gtest/gtest.h>
-
 #include <arpa/inet.h>
+#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstring>
@@ -12,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "download_fake_camera.h"
 #include "frame_source.h"
 #include "support/net_fixture.h"
+#include "support/temp_dir.h"
 #include "tw_fixture.h"
 #include "twport/tw_port_internal.h"
 #include "zpport/CameraSettings.h"
@@ -57,16 +56,17 @@ long DroppedByFilter(const NetFixture& net) {
 }
 
 TEST(LossyLink, TwoHundredFramesArriveExact) {
+    TempDir dir;
+    ASSERT_TRUE(dir.Valid());
     NetFixture net({LossyLan()});
     ASSERT_TRUE(net.Ready()) << net.Error();
 
     TestPort port;
     _ZP_ENUMITEMEX item = ItemFor(kCameraIp);
     item.adapterIp = ntohl(inet_addr("10.79.0.1"));
+    const std::string tracePath = dir.File("trace_0000000009.log");
+    port.EnableTrace(9, dir.File("trace.log").c_str(), 1);  // before the listener thread starts
     ASSERT_EQ(1u, port.Open(&item));
-    const std::string base = "/tmp/zp_lossy_link_" + std::to_string(::getpid()) + ".log";
-    const std::string tracePath = "/tmp/zp_lossy_link_" + std::to_string(::getpid()) + "_0000000009.log";
-    port.EnableTrace(9, base.c_str(), 1);
     _CAMERA_SETTINGS settings{};
     settings.roiWidth = kWidth;
     settings.roiHeight = kHeight;
@@ -86,19 +86,17 @@ TEST(LossyLink, TwoHundredFramesArriveExact) {
         const unsigned int words[3] = {0, frame, 1};
         std::memcpy(buffer.data(), words, sizeof words);
         ASSERT_EQ(1u, port.ReadData(buffer.data(), kWidth * kHeight)) << "frame " << i << "\n"
-                                                                       << ReadFile(tracePath);
+                                                                      << ReadFile(tracePath);
         ASSERT_EQ(zpsim::RenderRawFrame(1000 + frame, kWidth, kHeight, false),
                   std::string(buffer.begin(), buffer.begin() + kWidth * kHeight))
             << "frame " << i;
         ASSERT_EQ(0xEE, buffer[kWidth * kHeight]) << "written past the frame";
     }
     const long dropped = DroppedByFilter(net);
-    const int retries = Count(ReadFile(tracePath), "ERR: ReadData retrying ");
-    std::printf("200 frames: %ld packets dropped on the link, %d retries\n", dropped, retries);
+    std::printf("200 frames: %ld packets dropped on the link\n", dropped);
     EXPECT_GT(dropped, 0);  // the link did lose packets
-    EXPECT_GT(retries, 0);
+    EXPECT_NE(std::string::npos, ReadFile(tracePath).find("ERR: ReadData retrying "));  // and retries made up
     port.Close();
-    ::unlink(tracePath.c_str());
 }
 
 }  // namespace

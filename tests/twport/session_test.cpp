@@ -1,58 +1,278 @@
-// The session against a simulated camera: the open sequence line by line, the close, and the
-// state commands with the reply values of their edge cases.
+// The session against a simulated camera: the command link's results, retries, time-outs and bad
+// replies, the open and close sequences line by line, the state and identity commands, the
+// announcement listener and the resources an open holds.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
 #include <ctime>
+#include <filesystem>
 
 #include "tw_fixture.h"
-#include "twport/clock_lines.h"
 
 namespace zptest {
 namespace {
 
-constexpr const char* kIp = "127.0.0.52";
+constexpr const char* kIp = "127.0.0.51";
 
-const std::vector<std::string> kHead = {"54\\r\\n", "#0A48\\r\\n", "#0A0102\\r\\n", "#0A40\\r\\n"};
-const std::vector<std::string> kPrepare = {"#0A9802\\r\\n", "#0A83010000\\r\\n"};
-const std::vector<std::string> kModes = {"#0A538000\\r\\n", "#0A538000SLOW\\r\\n", "#0A8F1E\\r\\n",
-                                         "#0A8700\\r\\n"};
-const std::string kColourLine = "#0A0F302E302C312E302C312E302C312E302C30000000000000000000000000000000\\r\\n";
-
-// The expected open sequence; the clock and date lines are checked separately.
-std::vector<std::string> ExpectedOpen(bool prepare, bool colour, bool option) {
-    std::vector<std::string> lines = kHead;
-    if (prepare) lines.insert(lines.end(), kPrepare.begin(), kPrepare.end());
-    lines.insert(lines.end(), kModes.begin(), kModes.end());
-    lines.push_back("<clock>");
-    lines.push_back("<date>");
-    lines.push_back("#0A0D0200000000\\r\\n");
-    if (colour) lines.push_back(kColourLine);
-    lines.push_back("#0A0C00\"0\"\\r\\n");
-    if (option) lines.push_back("#0A7103\\r\\n");
-    lines.push_back("#0A4700000000000000\\r\\n");
-    lines.push_back("#0A0A0000\\r\\n");
-    return lines;
-}
-
-// Replaces the clock and date lines by placeholders after checking their form and date.
-std::vector<std::string> MaskClock(std::vector<std::string> lines) {
-    _OS_SYSTEMTIME now{};
-    OS_GetLocalTime(&now);
-    const zptw::ClockFields fields = zptw::ClockFieldsOf(now);
-    char date[32];
-    std::snprintf(date, sizeof date, "#0A09%02d%02d%02d\\r\\n", fields.month, fields.day, fields.year);
-    for (auto& line : lines) {
-        if (line.rfind("#0A08", 0) == 0) {
-            EXPECT_EQ(15u, line.size()) << line;
-            line = "<clock>";
-        } else if (line.rfind("#0A09", 0) == 0) {
-            EXPECT_EQ(date, line);
-            line = "<date>";
-        }
+// A stored recording (state 4) with every identity value a query can show, announcing to the
+// port's address, and a port aimed at it.
+class Session : public ::testing::Test {
+protected:
+    Session()
+        : camera(kIp,
+                 {"--state",       "4",          "--model",          "12",    "--option",      "2",
+                  "--serial",      "0xC0FFEE",   "--firmware",       "0x205", "--temperature", "-10",
+                  "--period",      "1000000",    "--width",          "1280",  "--height",      "1024",
+                  "--first-frame", "10",         "--last-frame",     "4",     "--ip-word",     "0xC0A80164",
+                  "--mask-word",   "0xFFFFFF00", "--frame-capacity", "3",     "--announce-to", kIp}) {
+        port.Target(kIp, 0x0A);
     }
-    return lines;
+    void SetUp() override { ASSERT_TRUE(camera.Ready()); }
+    // Control lines that must each be accepted.
+    void Control(std::initializer_list<const char*> lines) {
+        for (const char* line : lines) EXPECT_EQ("OK", camera.Control(line)) << line;
+    }
+    Camera camera;
+    TestPort port;
+    std::string reply;
+};
+
+TEST_F(Session, ReplyCodesDecideTheResultAndBadRepliesStayInsideTheBuffer) {
+    EXPECT_EQ(1, port.Send("#0A40\r\n", reply));
+    EXPECT_EQ("#0A114004\r\n", reply);
+    Control({"result 40 00"});
+    EXPECT_EQ(0, port.Send("#0A40\r\n", reply));
+    Control({"result 40 21"});
+    EXPECT_EQ(0x21, port.Send("#0A40\r\n", reply));
+    EXPECT_EQ(0u, port.GetErrorCode());
+    Control({"raw 40 #0"});
+    EXPECT_NE(1, port.Send("#0A40\r\n", reply));
+    EXPECT_EQ("#0", reply);
+    Control({"raw 40 ##ZZ%s%n garbage"});
+    const int garbled = port.Send("#0A40\r\n", reply);
+    EXPECT_TRUE(garbled != 1 && garbled >= 0 && garbled <= 255) << garbled;
+    Control({"raw 40 fill 4000"});
+    EXPECT_EQ(1, port.Send("#0A40\r\n", reply));
+    EXPECT_EQ(2047u, reply.size());  // cut to the buffer, and still a terminated text
+    Control({"raw 45 #0A11"});
+    unsigned int index = 99;
+    EXPECT_EQ(1u, port.GetLatestFrameIndex(&index));  // fixed read positions stay inside the buffer
 }
 
+TEST_F(Session, SilentDroppingAndSlowCamerasAreAskedOncePerAttempt) {
+    EXPECT_EQ(-2, port.Send("#0A40\r\n", reply, 6000000, 0));  // no attempt: nothing is sent
+    Control({"silent on"});
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(-2, port.Send("#0A40\r\n", reply, 1000000, 3));
+    EXPECT_GE(SecondsSince(start), 0.55);  // three slices of a fifth of the time-out
+    Control({"clear", "drop 2"});          // every second reply is lost
+    EXPECT_EQ(1, port.Send("#0A40\r\n", reply, 1000000, 3));
+    EXPECT_EQ(1, port.Send("#0A40\r\n", reply, 1000000, 3));
+    EXPECT_EQ(-2, port.Send("#0A40\r\n", reply, 1000000, 1));
+    EXPECT_EQ(Logged("#0A40|#0A40|#0A40|#0A40|#0A40|#0A40|#0A40"), camera.Lines());
+    Control({"clear", "delay 1500"});
+    EXPECT_EQ(-2, port.Send("#0A40\r\n", reply, 1000000, 2));
+    start = std::chrono::steady_clock::now();
+    EXPECT_EQ(1, port.Send("#0A40\r\n", reply, 1000000, 15));  // the first attempt's late reply counts
+    EXPECT_GE(SecondsSince(start), 1.4);
+    EXPECT_EQ("#0A114004\r\n", reply);
+}
+
+TEST_F(Session, NoReplyCommandsTheLostLinkAndTheTrace) {
+    TempDir dir;
+    port.EnableTrace(7, dir.File("trace.log").c_str(), 1);
+    EXPECT_EQ(1, port.Send("54\r\n", reply));
+    EXPECT_EQ(1, port.Send("#0A74\r\n", reply, -1));
+    EXPECT_EQ("#0A74\r\n", reply);  // nothing was read into the buffer
+    port.m_dwLinkLost = 1;
+    EXPECT_EQ(-1, port.Send("#0A40\r\n", reply));
+    EXPECT_EQ(2008u, port.GetErrorCode());
+    EXPECT_EQ(1, port.Send("#0A40\r\n", reply, 6000000, 1, 1));  // forced lines pass
+    port.m_dwLinkLost = 0;
+    Control({"raw 40 fill 0"});  // an empty datagram
+    EXPECT_EQ(-1, port.Send("#0A40\r\n", reply));
+    EXPECT_EQ(2008u, port.GetErrorCode());  // a success never clears the error code
+    Control({"silent on"});
+    EXPECT_EQ(-2, port.Send("#0A40\r\n", reply, 500000));
+    EXPECT_EQ(Logged("54|#0A74|#0A40|#0A40|#0A40"), camera.Lines());
+    port.EnableTrace(7, dir.File("trace.log").c_str(), 0);
+    const std::string log = ReadFile(dir.File("trace_0000000007.log"));
+    for (const char* text : {"CMD: 54  (", "RSP: #0A11540A  ", ") - No required rsp", "ERR: recvfrom = 0",
+                             "ERR: time-out = 0"}) {
+        EXPECT_NE(std::string::npos, log.find(text)) << text << "\n" << log;
+    }
+}
+
+TEST_F(Session, QueriesAndTheVendorRecordReadTheirReplyFields) {
+    unsigned int value = 0, low = 0, high = 1;
+    for (const auto& [state, word] : {std::make_pair("4", 0x40001u), {"2", 0x20000u}, {"11", 0x70000u}}) {
+        Control({(std::string("state ") + state).c_str()});
+        ASSERT_EQ(1u, port.GetStatus2(&value));
+        EXPECT_EQ(word, value) << state;
+    }
+    EXPECT_EQ(0x11, port.m_byCameraState.load());
+    for (const auto& [parameter, expected] :
+         {std::make_pair(ZPP_BOARD_TEMP, 0xFFFFFFF6u), {ZPP_PERIOD_MIN, 1000u}, {ZPP_FRAME_CAP, 3u}}) {
+        ASSERT_EQ(1u, port.GetPortParameter(parameter, &value));
+        EXPECT_EQ(expected, value) << parameter;
+    }
+    ASSERT_EQ(1u, port.GetLatestFrameIndex(&value));
+    EXPECT_EQ(4294967290u, value);  // last minus first, without sign
+    ASSERT_EQ(1u, port.ReadCameraInfo(1, &low, &high));
+    EXPECT_EQ(std::make_pair(1280u * 1024u * 3u, 0u), std::make_pair(low, high));
+    Control({"raw 45 #0A114500000000000000000000"});
+    ASSERT_EQ(1u, port.GetLatestFrameIndex(&value));
+    EXPECT_EQ(0u, value);
+    Control({"clear", "result 45 21", "result 40 00"});
+    value = 1;
+    EXPECT_EQ(0u, port.GetLatestFrameIndex(&value));
+    EXPECT_EQ(0u, value);  // a failed query gives 0
+    EXPECT_EQ(0u, port.GetStatus2(&value));
+    _VENDOR_INFO info{};
+    ASSERT_EQ(1u, port.GetVendorInfo(&info));
+    EXPECT_EQ(0xC0FFEEu, info.serialNumber);
+    EXPECT_EQ(0, info.cameraTypeByte);  // option value 2 is stored as 0
+    EXPECT_EQ(std::make_pair(14, 1), (std::pair<int, int>(info.classCode, info.variantCode)));  // model 12
+    unsigned int first = 1, second = 1;
+    port.GetControllersVersion(first, second);
+    EXPECT_EQ(std::make_pair(0x205u, 0u), std::make_pair(first, second));
+    Control({"raw 97 #0A119705"});  // a model without codes
+    EXPECT_EQ(0u, port.GetVendorInfo(&info));
+    Control({"clear", "result 97 21"});
+    port.GetControllersVersion(first, second);
+    EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(first, second));
+}
+
+TEST_F(Session, StateAndAddressCommandsSendTheirLines) {
+    // Erasing: finished, already empty and accepted count as done.
+    for (const auto& [code, done] : {std::make_pair("18", 1u), {"16", 1u}, {"11", 1u}, {"22", 0u}}) {
+        Control({(std::string("result 96 ") + code).c_str()});
+        EXPECT_EQ(done, port.EraseMemory()) << code;
+    }
+    Control({"clear"});
+    camera.ClearLog();
+    unsigned int frames = 9;
+    ASSERT_EQ(1u, port.StopGrab(&frames));  // stored: nothing to stop
+    EXPECT_EQ(0u, frames);
+    Control({"state 3"});
+    ASSERT_EQ(1u, port.StopGrab(nullptr));
+    EXPECT_EQ(1u, port.Attach());
+    EXPECT_EQ(1u, port.Trigger());
+    EXPECT_EQ(1u, port.WriteCameraName("Lab 1"));
+    Control({"result 99 21"});
+    EXPECT_EQ(1u, port.Reset());  // only the state query counts
+    EXPECT_EQ(
+        Logged(
+            "#0A40|#0A40|#0A99|#0A19|#0A40|#0A0102|#0A74|#0A520A\"Lab 1\"|#0A5FFF|#0A99|#0A86|#0A19|#0A40"),
+        camera.Lines());
+    Control({"result 40 21"});
+    EXPECT_EQ(0u, port.Reset());
+    Control({"clear"});
+    _ZP_ENUMITEMEX item = ItemFor(kIp);
+    unsigned int address = 0, mask = 0;
+    ASSERT_EQ(1u, port.GetIpAddress(&item, &address, &mask));
+    EXPECT_EQ(std::make_pair(0xC0A80164u, 0xFFFFFF00u), std::make_pair(address, mask));
+    EXPECT_EQ(0u, port.GetIpAddress(nullptr, &address, &mask));
+    ASSERT_EQ(1u, port.ReadSysDataFromFlash(0, &address));
+    EXPECT_EQ(0xC0A80164u, address);
+    camera.ClearLog();
+    ASSERT_EQ(1u, port.SetIpAddress(&item, 0xC0A80165u, 0xFFFF0000u));  // current word set: mask first
+    ASSERT_EQ(1u, port.SetIpAddress(&item, 0, 0x12345678u));            // a cleared address clears both
+    ASSERT_EQ(1u, port.SetIpAddress(&item, 0xC0A80166u, 0xFFFFFF00u));  // current word 0: address first
+    EXPECT_EQ(Logged("54|#0A0102|#0A4D|#0A4EFFFF0000|#0A4DC0A80165|#0A5F|54|#0A0102|#0A4D|#0A4E00000000|"
+                     "#0A4D00000000|#0A5F|54|#0A0102|#0A4D|#0A4DC0A80166|#0A4EFFFFFF00|#0A5F"),
+              camera.Lines());
+    ASSERT_EQ(1u, port.GetIpAddress(&item, &address, &mask));
+    EXPECT_EQ(std::make_pair(0xC0A80166u, 0xFFFFFF00u), std::make_pair(address, mask));
+}
+
+// The simulator itself: lines that are no commands for this camera get no answer, as from a real
+// camera; lines with wrong arguments are refused with result 21.
+TEST_F(Session, TheSimulatorIgnoresMalformedLinesAndRefusesWrongArguments) {
+    // clang-format off
+    const char* const ignored[] = {"#0A40", "#0A40\n", "#0A40\r\nX", "x0A40\r\n", "#0G40\r\n", "#0AZ0\r\n",
+                                   "5X\r\n", "\r\n", "", "#0B40\r\n"};
+    const char* const refused[] = {
+        "#0A0103", "#0A538001", "#0A0824000", "#0A08246000", "#0A09130100", "#0A0C00\"1\"", "#0A4DC0A8",
+        "#0A40XX", "#0A520B\"x\"", "#0A520Ax", "#0A900280", "#0A06070606000A", "#0A84030000000A",
+        "#0A0600000003E8000003E9000003E800000001", "#0A8400007A121", "#0A070301F4", "#0A89006400640200",
+        "#0A8D000000010280001E001", "#0A0E00000000", "#0A822", "#0AE7"};
+    // clang-format on
+    UdpClient client("127.0.0.1");
+    for (const char* line : ignored) ASSERT_TRUE(client.Send(kIp, 1027, line));
+    EXPECT_EQ("#0A114004\r\n", client.Exchange(kIp, 1027, "#0A40\r\n").value_or(""));  // the first answer
+    for (const std::string line : refused) {
+        const std::string code = line == "#0AE7" ? "20" : "21";  // unknown command, wrong arguments
+        EXPECT_EQ("#0A" + code + line.substr(3, 2) + "\r\n",
+                  client.Exchange(kIp, 1027, line + "\r\n").value_or(""))
+            << line;
+    }
+}
+
+TEST_F(Session, AnnouncementsReachTheCallbackAndStateEventsSetTheState) {
+    Announcements announcements;
+    port.SetAnnouncementCallback(&Announcements::Callback, &announcements);
+    _ZP_ENUMITEMEX item = ItemFor(kIp);
+    ASSERT_EQ(1u, port.Open(&item));
+    const struct {
+        const char* control;
+        const char* text;
+        int state;  // -1: not checked
+    } cases[] = {
+        {"state 5", "#0A01A405_[127.0.0.51]", 5},
+        {"announce #0A01A407012345678901234567890", "#0A01A407_[127.0.0.51]", 7},  // cut to nine characters
+        {"announce #0A01A305", "#0A01A305_[127.0.0.51]", 7},                       // another event
+        {"announce #", "#", 7},  // too short: the text ends before the appended sender
+        {"announce fill 5000", "#00110000_[127.0.0.51]", -1},  // longer than the buffer
+        {"announce #ZZ01A4ZZ", "#ZZ01A4ZZ_[127.0.0.51]", -1},
+    };
+    for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+        Control({cases[i].control});
+        const auto texts = announcements.WaitFor(i + 1);
+        ASSERT_EQ(i + 1, texts.size()) << cases[i].control;
+        EXPECT_EQ(cases[i].text, texts[i]);
+        EXPECT_TRUE(cases[i].state < 0 || cases[i].state == port.m_byCameraState.load()) << cases[i].control;
+    }
+    unsigned int status = 0;
+    EXPECT_EQ(1u, port.GetStatus2(&status));  // the listener and the link still work
+    EXPECT_EQ(0x50000u, status);
+    port.Close();
+}
+
+TEST_F(Session, OneKeepAliveGoesOutAfterTenSecondsWithoutAnnouncementsWhileTheHostSendsCommands) {
+    _ZP_ENUMITEMEX item = ItemFor(kIp);
+    ASSERT_EQ(1u, port.Open(&item));
+    camera.ClearLog();
+    size_t exchanges = 0;
+    for (const auto start = std::chrono::steady_clock::now(); SecondsSince(start) < 12; ++exchanges) {
+        ASSERT_EQ(1, port.Send("#0A50\r\n", reply));
+        ASSERT_EQ("#0A1150F6\r\n", reply);  // never the keep-alive's reply
+    }
+    const Lines lines = camera.Lines();
+    EXPECT_EQ(1, std::count(lines.begin(), lines.end(), "#0A40\\r\\n"));
+    EXPECT_EQ(exchanges + 1, lines.size());
+    port.Close();
+}
+
+// Entries of a folder whose names start with the prefix.
+int CountEntries(const std::string& path, const std::string& prefix = "") {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(path)) {
+        count += entry.path().filename().string().rfind(prefix, 0) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+// Thread count, given a moment to settle: a finished thread leaves the list shortly after. A
+// sanitizer runtime starts a helper thread with the first thread a test makes: start it first.
+int SettledThreads(int expected) {
+    for (int i = 0; i < 50 && CountEntries("/proc/self/task") != expected; ++i) usleep(20000);
+    return CountEntries("/proc/self/task");
+}
+
+// The open sequence for cameras of each state and option, the clock and date lines included.
 struct OpenCase {
     const char* state;
     const char* option;
@@ -61,23 +281,47 @@ struct OpenCase {
 
 class OpenSequence : public ::testing::TestWithParam<OpenCase> {};
 
-TEST_P(OpenSequence, SendsTheLinesOfTheCamerasState) {
+TEST_P(OpenSequence, SendsTheLinesOfTheCamerasStateAndClosesByItsState) {
     const OpenCase& c = GetParam();
     Camera camera(kIp, {"--state", c.state, "--option", c.option});
     ASSERT_TRUE(camera.Ready());
+    std::thread([] {}).join();
+    const int fds = CountEntries("/proc/self/fd");
+    const int threads = CountEntries("/proc/self/task");
     TestPort port;
     _ZP_ENUMITEMEX item = ItemFor(kIp);
     ASSERT_EQ(1u, port.Open(&item));
-    EXPECT_EQ(ExpectedOpen(c.prepare, c.colour, c.option71), MaskClock(camera.Lines()));
-    EXPECT_EQ(0u, port.Lock(1000));  // the outer lock exists now
-    port.Unlock();
+    EXPECT_EQ(threads + 1, CountEntries("/proc/self/task"));  // the listener
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    char date[32];
+    std::snprintf(date, sizeof date, "#0A09%02d%02d%02d", local.tm_mon + 1, local.tm_mday,
+                  local.tm_year % 100);
+    const std::string colour = "#0A0F302E302C312E302C312E302C312E302C30000000000000000000000000000000|";
+    const Lines expected =
+        Logged(std::string("54|#0A48|#0A0102|#0A40|") + (c.prepare ? "#0A9802|#0A83010000|" : "") +
+               "#0A538000|#0A538000SLOW|#0A8F1E|#0A8700|<clock>|" + date + "|#0A0D0200000000|" +
+               (c.colour ? colour : "") + "#0A0C00\"0\"|" + (c.option71 ? "#0A7103|" : "") +
+               "#0A4700000000000000|#0A0A0000");
+    Lines lines = camera.Lines();
+    for (auto& line : lines) {
+        if (line.rfind("#0A08", 0) != 0) continue;
+        EXPECT_EQ(15u, line.size()) << line;  // hours, minutes, seconds
+        line = "<clock>\\r\\n";
+    }
+    EXPECT_EQ(expected, lines);
     camera.ClearLog();
+    const auto start = std::chrono::steady_clock::now();
     port.Close();
-    const bool endsPlayback = c.colour;  // states 5 and 6
-    EXPECT_EQ(endsPlayback ? std::vector<std::string>{"#0A86\\r\\n"} : std::vector<std::string>{},
-              camera.Lines());
+    EXPECT_LT(SecondsSince(start), 1.0);  // the listener ends within about one wait slice
+    EXPECT_EQ(c.colour ? Logged("#0A86") : Lines{}, camera.Lines());  // playback and review end
     EXPECT_EQ(nullptr, port.m_hListener);
     EXPECT_EQ(0, port.m_nAnnSocket.load());
+    // Every descriptor, thread and lock of the open is released.
+    EXPECT_EQ(threads, SettledThreads(threads));
+    EXPECT_EQ(fds, CountEntries("/proc/self/fd"));
+    EXPECT_EQ(0, CountEntries("/dev/shm", "sem.ZPTW_" + std::to_string(::getpid()) + "_"));
 }
 
 INSTANTIATE_TEST_SUITE_P(States, OpenSequence,
@@ -87,224 +331,29 @@ INSTANTIATE_TEST_SUITE_P(States, OpenSequence,
                                            OpenCase{"6", "2", false, true, false},
                                            OpenCase{"7", "1", true, false, true}));
 
-TEST(OpenFailure, StopsAtTheFirstRefusedCommandAndKeepsItsListener) {
-    Camera camera(kIp, {"--state", "0", "--result", "8F=21"});
+TEST(OpenAndClose, RefusedCommandsStopTheOpenAndTheCloseAndADeletedPortEndsItsListener) {
+    Camera camera(kIp, {"--state", "5", "--result", "8F=21"});
     ASSERT_TRUE(camera.Ready());
-    TestPort port;
+    std::thread([] {}).join();
+    const int fds = CountEntries("/proc/self/fd");
+    const int threads = CountEntries("/proc/self/task");
+    auto port = std::make_unique<TestPort>();
     _ZP_ENUMITEMEX item = ItemFor(kIp);
-    EXPECT_EQ(0u, port.Open(&item));
-    const auto lines = camera.Lines();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ("#0A8F1E\\r\\n", lines.back());
-    EXPECT_NE(nullptr, port.m_hListener);
-    EXPECT_EQ(0u, port.Lock(1000));  // no lock was made: Lock returns at once
-}
-
-TEST(CloseFailure, RefusedEndOfPlaybackLeavesTheSessionInPlace) {
-    Camera camera(kIp, {"--state", "5"});
-    ASSERT_TRUE(camera.Ready());
-    TestPort port;
-    _ZP_ENUMITEMEX item = ItemFor(kIp);
-    ASSERT_EQ(1u, port.Open(&item));
-    EXPECT_EQ("OK", camera.Control("result 86 21"));
-    port.Close();
-    EXPECT_NE(nullptr, port.m_hListener);
-    EXPECT_NE(0, port.m_nAnnSocket.load());
+    EXPECT_EQ(0u, port->Open(&item));
+    ASSERT_FALSE(camera.Lines().empty());
+    EXPECT_EQ("#0A8F1E\\r\\n", camera.Lines().back());
+    EXPECT_NE(nullptr, port->m_hListener);  // the failed open keeps its listener
+    EXPECT_EQ(0u, port->Lock(1000));        // and made no lock: Lock returns at once
     EXPECT_EQ("OK", camera.Control("clear"));
-    port.Close();
-    EXPECT_EQ(nullptr, port.m_hListener);
-}
-
-class StateCommands : public ::testing::Test {
-protected:
-    StateCommands()
-        : camera(kIp,
-                 {"--state",       "4",          "--model",          "12",    "--option",      "2",
-                  "--serial",      "0xC0FFEE",   "--firmware",       "0x205", "--temperature", "-10",
-                  "--period",      "1000000",    "--width",          "1280",  "--height",      "1024",
-                  "--first-frame", "10",         "--last-frame",     "4",     "--ip-word",     "0xC0A80164",
-                  "--mask-word",   "0xFFFFFF00", "--frame-capacity", "3"}) {
-        port.Target(kIp, 0x0A);
-    }
-    Camera camera;
-    TestPort port;
-};
-
-TEST_F(StateCommands, StatusWordFollowsTheState) {
-    ASSERT_TRUE(camera.Ready());
-    unsigned int status = 0;
-    ASSERT_EQ(1u, port.GetStatus2(&status));
-    EXPECT_EQ(0x40001u, status);
-    EXPECT_EQ("OK", camera.Control("state 2"));
-    ASSERT_EQ(1u, port.GetStatus2(&status));
-    EXPECT_EQ(0x20000u, status);
-    EXPECT_EQ("OK", camera.Control("state 11"));
-    ASSERT_EQ(1u, port.GetStatus2(&status));
-    EXPECT_EQ(0x70000u, status);
-    EXPECT_EQ(0x11, port.m_byCameraState.load());
-    EXPECT_EQ("OK", camera.Control("result 40 00"));
-    status = 5;
-    EXPECT_EQ(0u, port.GetStatus2(&status));
-    EXPECT_EQ(5u, status);
-}
-
-TEST_F(StateCommands, PortParameters) {
-    ASSERT_TRUE(camera.Ready());
-    unsigned int value = 0;
-    ASSERT_EQ(1u, port.GetPortParameter(ZPP_BOARD_TEMP, &value));
-    EXPECT_EQ(0xFFFFFFF6u, value);
-    ASSERT_EQ(1u, port.GetPortParameter(ZPP_PERIOD_MIN, &value));
-    EXPECT_EQ(1000u, value);
-    ASSERT_EQ(1u, port.GetPortParameter(ZPP_FRAME_CAP, &value));
-    EXPECT_EQ(3u, value);
-    camera.ClearLog();
-    value = 77;
-    EXPECT_EQ(0u, port.GetPortParameter(ZPP_GAIN, &value));
-    EXPECT_EQ(77u, value);
-    EXPECT_TRUE(camera.Lines().empty());
-}
-
-TEST_F(StateCommands, CountersAreSubtractedWithoutSign) {
-    ASSERT_TRUE(camera.Ready());
-    unsigned int index = 1;
-    ASSERT_EQ(1u, port.GetLatestFrameIndex(&index));
-    EXPECT_EQ(4294967290u, index);
-    EXPECT_EQ("OK", camera.Control("raw 45 #0A114500000000000000000000"));
-    ASSERT_EQ(1u, port.GetLatestFrameIndex(&index));
-    EXPECT_EQ(0u, index);
-    EXPECT_EQ("OK", camera.Control("raw 45 off"));
-    EXPECT_EQ("OK", camera.Control("result 45 21"));
-    index = 1;
-    EXPECT_EQ(0u, port.GetLatestFrameIndex(&index));
-    EXPECT_EQ(0u, index);
-}
-
-TEST_F(StateCommands, EraseAcceptsFinishedAndEmptyCodes) {
-    ASSERT_TRUE(camera.Ready());
-    for (const char* code : {"18", "16", "11"}) {
-        EXPECT_EQ("OK", camera.Control(std::string("result 96 ") + code));
-        EXPECT_EQ(1u, port.EraseMemory()) << code;
-    }
-    EXPECT_EQ("OK", camera.Control("result 96 22"));
-    EXPECT_EQ(0u, port.EraseMemory());
-}
-
-TEST_F(StateCommands, StopGrabStopsOnlyARecordingCamera) {
-    ASSERT_TRUE(camera.Ready());
-    unsigned int frames = 9;
-    camera.ClearLog();
-    ASSERT_EQ(1u, port.StopGrab(&frames));
-    EXPECT_EQ(0u, frames);
-    EXPECT_EQ(std::vector<std::string>{"#0A40\\r\\n"}, camera.Lines());
-    EXPECT_EQ("OK", camera.Control("state 3"));
-    camera.ClearLog();
-    ASSERT_EQ(1u, port.StopGrab(nullptr));
-    EXPECT_EQ((std::vector<std::string>{"#0A40\\r\\n", "#0A99\\r\\n", "#0A19\\r\\n", "#0A40\\r\\n"}),
-              camera.Lines());
-}
-
-TEST_F(StateCommands, ResetIgnoresAllButTheStateQuery) {
-    ASSERT_TRUE(camera.Ready());
-    EXPECT_EQ("OK", camera.Control("result 99 21"));
-    camera.ClearLog();
-    EXPECT_EQ(1u, port.Reset());
-    EXPECT_EQ((std::vector<std::string>{"#0A5FFF\\r\\n", "#0A99\\r\\n", "#0A86\\r\\n", "#0A19\\r\\n",
-                                        "#0A40\\r\\n"}),
-              camera.Lines());
-    EXPECT_EQ("OK", camera.Control("result 40 21"));
-    EXPECT_EQ(0u, port.Reset());
-}
-
-TEST_F(StateCommands, SimpleCommandsSendTheirLines) {
-    ASSERT_TRUE(camera.Ready());
-    camera.ClearLog();
-    EXPECT_EQ(1u, port.Attach());
-    EXPECT_EQ(1u, port.Trigger());
-    EXPECT_EQ(1u, port.WriteCameraName("Lab 1"));
-    unsigned char reg = 5;
-    EXPECT_EQ(1u, port.ReadRegister(3, &reg));
-    EXPECT_EQ(0, reg);
-    EXPECT_EQ(1u, port.WriteRegister(3, 4));
-    EXPECT_EQ(0u, port.ReadWriteCameraComment(0, nullptr));
-    EXPECT_EQ((std::vector<std::string>{"#0A0102\\r\\n", "#0A74\\r\\n", "#0A520A\"Lab 1\"\\r\\n"}),
-              camera.Lines());
-}
-
-TEST_F(StateCommands, CameraInfoMultipliesAreaAndFrames) {
-    ASSERT_TRUE(camera.Ready());
-    unsigned int low = 0;
-    unsigned int high = 0;
-    ASSERT_EQ(1u, port.ReadCameraInfo(1, &low, &high));
-    EXPECT_EQ(1280u * 1024u * 3u, low);
-    EXPECT_EQ(0u, high);
-    EXPECT_EQ(0u, port.ReadCameraInfo(2, &low, &high));
-}
-
-TEST_F(StateCommands, VendorInfo) {
-    ASSERT_TRUE(camera.Ready());
-    _VENDOR_INFO info;
-    std::memset(&info, 0xAB, sizeof info);
-    ASSERT_EQ(1u, port.GetVendorInfo(&info));
-    EXPECT_EQ(512, info.version);
-    EXPECT_EQ(0, std::memcmp(info.magic, "VINF", 4));
-    EXPECT_EQ(0xC0FFEEu, info.serialNumber);
-    EXPECT_EQ(0, info.cameraTypeByte);  // option value 2 is stored as 0
-    EXPECT_EQ(4, info.word18);
-    EXPECT_EQ(14, info.classCode);
-    EXPECT_EQ(1, info.variantCode);
-    EXPECT_EQ(50, info.words184[6]);
-    EXPECT_EQ(0, info.words184[0]);
-    EXPECT_EQ(1, info.byte205);
-    EXPECT_EQ(0, info.text[3][0]);
-    unsigned int first = 1;
-    unsigned int second = 1;
-    port.GetControllersVersion(first, second);
-    EXPECT_EQ(0x205u, first);
-    EXPECT_EQ(0u, second);
-    EXPECT_EQ("OK", camera.Control("raw 97 #0A119705"));
-    EXPECT_EQ(0u, port.GetVendorInfo(&info));
-}
-
-TEST_F(StateCommands, AddressWordsAreReadAndWrittenInOrder) {
-    ASSERT_TRUE(camera.Ready());
-    _ZP_ENUMITEMEX item = ItemFor(kIp);
-    unsigned int address = 0;
-    unsigned int mask = 0;
-    ASSERT_EQ(1u, port.GetIpAddress(&item, &address, &mask));
-    EXPECT_EQ(0xC0A80164u, address);
-    EXPECT_EQ(0xFFFFFF00u, mask);
-    unsigned int value = 0;
-    EXPECT_EQ(0u, port.ReadSysDataFromFlash(1, &value));
-    ASSERT_EQ(1u, port.ReadSysDataFromFlash(0, &value));
-    EXPECT_EQ(0xC0A80164u, value);
-    camera.ClearLog();
-    ASSERT_EQ(1u, port.SetIpAddress(&item, 0xC0A80165u, 0xFFFF0000u));
-    EXPECT_EQ((std::vector<std::string>{"54\\r\\n", "#0A0102\\r\\n", "#0A4D\\r\\n", "#0A4EFFFF0000\\r\\n",
-                                        "#0A4DC0A80165\\r\\n", "#0A5F\\r\\n"}),
-              camera.Lines());
-    camera.ClearLog();
-    ASSERT_EQ(1u, port.SetIpAddress(&item, 0, 0x12345678u));
-    ASSERT_EQ(1u, port.SetIpAddress(&item, 0xC0A80166u, 0xFFFFFF00u));
-    const auto lines = camera.Lines();
-    ASSERT_EQ(12u, lines.size());
-    EXPECT_EQ("#0A4E00000000\\r\\n", lines[3]);  // a cleared address clears the second word too
-    EXPECT_EQ("#0A4DC0A80166\\r\\n", lines[9]);  // current word 0: the address goes first
-    EXPECT_EQ("#0A4EFFFFFF00\\r\\n", lines[10]);
-}
-
-TEST(ClockLines, EarlyYearsCountAsTwoThousand) {
-    _OS_SYSTEMTIME time{};
-    time.wYear = 99;  // 1999
-    time.wMonth = 11;
-    time.wDay = 31;
-    zptw::ClockFields fields = zptw::ClockFieldsOf(time);
-    EXPECT_EQ(0, fields.year);
-    EXPECT_EQ(12, fields.month);
-    time.wYear = 126;
-    time.wMonth = 2;
-    fields = zptw::ClockFieldsOf(time);
-    EXPECT_EQ(26, fields.year);
-    EXPECT_EQ(3, fields.month);
+    ASSERT_EQ(1u, port->Open(&item));
+    EXPECT_EQ(threads + 1, SettledThreads(threads + 1));  // the second open replaced the listener
+    EXPECT_EQ("OK", camera.Control("result 86 21"));
+    port->Close();
+    EXPECT_NE(nullptr, port->m_hListener);  // the refused end of playback leaves the session in place
+    EXPECT_NE(0, port->m_nAnnSocket.load());
+    port.reset();
+    EXPECT_EQ(threads, SettledThreads(threads));
+    EXPECT_EQ(fds, CountEntries("/proc/self/fd"));
 }
 
 }  // namespace

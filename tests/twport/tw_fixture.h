@@ -3,11 +3,9 @@
 #ifndef ZP_TESTS_TWPORT_TW_FIXTURE_H
 #define ZP_TESTS_TWPORT_TW_FIXTURE_H
 
-#include <unistd.h>
-
-#include <cstdio>
 #include <chrono>
-#include <cstring>
+#include <condition_variable>
+#include <cstdio>
 #include <memory>
 #include <mutex>
 #include <sstream>
@@ -16,51 +14,63 @@
 #include <vector>
 
 #include "sim/sim_process.h"
+#include "support/temp_dir.h"
 #include "zpport/TWPort.h"
 
 namespace zptest {
 
 constexpr std::uint16_t kControlPort = 7050;
+using Lines = std::vector<std::string>;
 
-// One simulated camera on its own address, logging every line it receives.
+// The log lines of a list of command lines separated by '|': each received line ends in CR LF.
+inline Lines Logged(const std::string& text) {
+    Lines lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line, '|');) lines.push_back(line + "\\r\\n");
+    return lines;
+}
+
+inline double SecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// One simulated camera on its own address, logging every line it receives into a folder of its own.
 class Camera {
 public:
-    Camera(const std::string& ip, std::vector<std::string> extra = {})
-        : m_ip(ip), m_logPath("/tmp/zp_twport_" + std::to_string(::getpid()) + "_" + ip + ".log") {
+    Camera(const std::string& ip, std::vector<std::string> extra = {}) : m_ip(ip) {
         std::vector<std::string> args = {"--ip",  ip,        "--address",      "0x0A",
-                                         "--log", m_logPath, "--control-port", std::to_string(kControlPort)};
+                                         "--log", LogPath(), "--control-port", std::to_string(kControlPort)};
         args.insert(args.end(), extra.begin(), extra.end());
         m_sim = std::make_unique<SimProcess>(args);
     }
-    ~Camera() {
-        m_sim.reset();
-        ::unlink(m_logPath.c_str());
-    }
-    bool Ready() const { return m_sim->Ready(); }
+    bool Ready() const { return m_dir.Valid() && m_sim->Ready(); }
     const std::string& Ip() const { return m_ip; }
 
-    // The lines received so far, in the simulator's printable form without the address prefix.
+    // The lines received since the last ClearLog, in the simulator's printable form without the
+    // address prefix.
     std::vector<std::string> Lines() const {
         std::vector<std::string> lines;
-        std::istringstream in(ReadFile(m_logPath));
-        std::string line;
-        while (std::getline(in, line)) {
-            const auto space = line.find(' ');
-            lines.push_back(space == std::string::npos ? line : line.substr(space + 1));
+        std::istringstream in(ReadFile(LogPath()));
+        size_t index = 0;
+        for (std::string line; std::getline(in, line);) {
+            if (index++ >= m_seen) lines.push_back(line.substr(line.find(' ') + 1));
         }
         return lines;
     }
+    void ClearLog() const { m_seen += Lines().size(); }
     std::string Control(const std::string& line) const {
         UdpClient client("127.0.0.1");
         std::string answer = client.Exchange(m_ip, kControlPort, line).value_or("<no answer>");
         while (!answer.empty() && answer.back() == '\n') answer.pop_back();
         return answer;
     }
-    void ClearLog() const { std::fclose(std::fopen(m_logPath.c_str(), "w")); }
 
 private:
+    std::string LogPath() const { return m_dir.File("camera.log"); }
+
     std::string m_ip;
-    std::string m_logPath;
+    TempDir m_dir;  // declared before the simulator: the folder outlives it
+    mutable size_t m_seen = 0;
     std::unique_ptr<SimProcess> m_sim;
 };
 
@@ -78,6 +88,7 @@ public:
     using CTWPort::m_byCameraAddress;
     using CTWPort::m_byCameraState;
     using CTWPort::m_dwLinkLost;
+    using CTWPort::m_dwState;
     using CTWPort::m_hListener;
     using CTWPort::m_nAnnSocket;
     using CTWPort::m_szCameraAddress;
@@ -100,22 +111,20 @@ public:
 // Collects the callback texts.
 struct Announcements {
     std::mutex mutex;
+    std::condition_variable arrived;
     std::vector<std::string> texts;
 
     static void Callback(void* context, char* text) {
         auto* self = static_cast<Announcements*>(context);
         std::lock_guard<std::mutex> lock(self->mutex);
         self->texts.emplace_back(text);
+        self->arrived.notify_all();
     }
     // Waits until n texts arrived; all texts so far.
     std::vector<std::string> WaitFor(size_t n, int timeoutMs = 3000) {
-        for (int waited = 0;; waited += 20) {
-            {
-                std::lock_guard<std::mutex> lock(mutex);
-                if (texts.size() >= n || waited >= timeoutMs) return texts;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
+        std::unique_lock<std::mutex> lock(mutex);
+        arrived.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return texts.size() >= n; });
+        return texts;
     }
 };
 

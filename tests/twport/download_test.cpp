@@ -1,0 +1,467 @@
+// Image download against the simulator: request lines and data ports byte for byte, raw frames
+// byte-exact, JPEG frames decoded (and the returned stream read by plain libjpeg), the border block
+// on the wire and in host order, retries on the next data port with the rate raised and lowered,
+// the give-up after six attempts, the bound of the caller's buffer, the states in which a download
+// is refused or cleared, and hostile segment trains fed straight to the receiver.
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <thread>
+
+#include "frame_source.h"
+#include "segment_train.h"
+#include "support/jpeg_stream.h"
+#include "support/temp_dir.h"
+#include "tw_fixture.h"
+#include "twport/tw_port_internal.h"
+#include "zpport/BorderData.h"
+
+namespace zptest {
+namespace {
+
+constexpr const char* kIp = "127.0.0.92";
+constexpr std::uint32_t kFirst = 1000;  // the recording holds frames 1000..1299
+constexpr std::uint16_t kWidth = 320, kHeight = 240;
+constexpr std::size_t kRaw = std::size_t{kWidth} * kHeight;
+constexpr unsigned char kGuard = 0xEE;
+constexpr const char* kRaisedRate = "#0A89177017700100\\r\\n";  // 6000, as the simulator logs it
+constexpr const char* kBaseRate = "#0A89138813880100\\r\\n";    // 5000
+
+class Port : public TestPort {
+public:
+    using CTWPort::ImageFunction;
+    using CTWPort::m_abyBorder;
+    using CTWPort::m_dwState;
+    using CTWPort::m_dwTransferActive;
+};
+
+int Count(const std::string& text, const std::string& part) {
+    int n = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+    return n;
+}
+
+std::string Rendered(std::uint32_t index, unsigned components) {
+    std::string pixels(kRaw * components, '\0');
+    zpsim::RenderFrame(index, kWidth, kHeight, components, reinterpret_cast<std::uint8_t*>(pixels.data()));
+    return pixels;
+}
+
+double Psnr(const std::string& expected, const unsigned char* actual) {
+    double sum = 0;
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        sum += std::pow(static_cast<unsigned char>(expected[i]) - actual[i], 2);
+    return sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 * static_cast<double>(expected.size()) / sum);
+}
+
+// The recorded-frame request of an attempt: data ports 1335, 1337, ... for camera address 0x0A.
+std::string Request(std::uint32_t index, int attempt) {
+    char line[32];
+    std::snprintf(line, sizeof line, "#0A88%08X%04X", index, 1335 + 2 * attempt);
+    return line;
+}
+
+class Download : public ::testing::Test {
+protected:
+    void SetUp() override { Start(12); }
+    void Start(unsigned int cameraType, std::vector<std::string> extra = {}) {
+        ASSERT_TRUE(m_dir.Valid());
+        extra.insert(extra.end(), {"--first-frame", "1000", "--last-frame", "1299"});
+        m_camera = std::make_unique<Camera>(kIp, extra);
+        ASSERT_TRUE(m_camera->Ready());
+        _ZP_ENUMITEMEX item = ItemFor(kIp);
+        item.cameraType = cameraType;
+        m_port.EnableTrace(9, m_dir.File("trace.log").c_str(), 1);  // before the listener thread starts
+        ASSERT_EQ(1u, m_port.Open(&item));
+        _CAMERA_SETTINGS settings{};
+        settings.roiWidth = kWidth;
+        settings.roiHeight = kHeight;
+        settings.netPerform = 5000;
+        ASSERT_EQ(1u, m_port.WriteData2(&settings, sizeof settings));
+        m_camera->ClearLog();
+    }
+    // The request words, then guard bytes behind the capacity.
+    unsigned int Read(unsigned int live, unsigned int frame, unsigned int flags, std::size_t size) {
+        m_buffer.assign(size + 64, kGuard);
+        const unsigned int words[3] = {live, frame, flags};
+        std::memcpy(m_buffer.data(), words, sizeof words);
+        return m_port.ReadData(m_buffer.data(), static_cast<unsigned int>(size));
+    }
+    bool GuardIntact(std::size_t size) const {
+        return std::all_of(m_buffer.begin() + static_cast<long>(size), m_buffer.end(),
+                           [](unsigned char b) { return b == kGuard; });
+    }
+    std::string Frame(std::size_t length) const {
+        return std::string(m_buffer.begin(), m_buffer.begin() + static_cast<long>(length));
+    }
+    BORDER_DATA Border() const {
+        BORDER_DATA border;
+        std::memcpy(&border, m_port.m_abyBorder, sizeof border);
+        return border;
+    }
+    // The trace written since the last call.
+    std::string NewTrace() {
+        const std::string trace = ReadFile(m_dir.File("trace_0000000009.log"));
+        const std::string fresh = trace.substr(std::min(m_traceSeen, trace.size()));
+        m_traceSeen = trace.size();
+        return fresh;
+    }
+    unsigned int& Rate() { return m_port.m_dwState[zptw::kNetPerfCurrent]; }
+
+    TempDir m_dir;
+    std::unique_ptr<Camera> m_camera;
+    Port m_port;
+    std::vector<unsigned char> m_buffer;
+    std::size_t m_traceSeen = 0;
+};
+
+TEST_F(Download, RawFramesArriveByteExactWithTheBorderInHostOrder) {
+    m_port.m_dwState[zptw::kDownloadHeight] = zptw::kUnknownWord;  // asks for the active area first
+    for (unsigned int frame : {0u, 299u}) {
+        ASSERT_EQ(1u, Read(0, frame, 1, kRaw)) << NewTrace();  // a raw frame needs exactly its pixels
+        EXPECT_EQ(zpsim::RenderRawFrame(kFirst + frame, kWidth, kHeight, false), Frame(kRaw)) << frame;
+        EXPECT_TRUE(GuardIntact(kRaw));
+        ASSERT_EQ("OK", m_camera->Control("image tone off"));  // camera type 12: still no conversion
+    }
+    EXPECT_NE(zpsim::RenderRawFrame(kFirst, kWidth, kHeight, false),
+              zpsim::RenderRawFrame(kFirst + 299, kWidth, kHeight, false));  // a wrong frame would show
+    EXPECT_EQ((std::vector<std::string>{"#0A90\\r\\n", "#0A8700\\r\\n", "#0A9C00000000014000F000\\r\\n",
+                                        "#0A45\\r\\n", Request(kFirst, 0), Request(kFirst + 299, 0)}),
+              m_camera->Lines());
+    const BORDER_DATA b = Border();  // packed fields: read by value
+    EXPECT_EQ(2, +b.SensorType);
+    EXPECT_EQ(static_cast<int>(kFirst) + 299, +b.FrameNumber);
+    EXPECT_EQ(0x00012345u, +b.SerialNumber);
+    EXPECT_EQ(35, +b.Temperature);
+    EXPECT_EQ(kWidth, +b.Width2);
+    EXPECT_EQ(kHeight, +b.Height2);
+    EXPECT_EQ(0, +b.Format);
+    EXPECT_EQ(0, +b.Bytes297[0]);
+    EXPECT_EQ(90, +b.Word301);
+    EXPECT_EQ(10 << 2, +b.ToneTable[245]);
+    EXPECT_EQ(1000u, +b.FrameRate);
+    EXPECT_EQ(0, std::memcmp(b.EndMarker, "EoBD", 4));
+    // Border only: the last block as it is, without a transfer; size 0 succeeds, a short buffer fails.
+    m_camera->ClearLog();
+    ASSERT_EQ(1u, Read(0, 0, 2, 2048));
+    EXPECT_EQ(0, std::memcmp(m_buffer.data(), m_port.m_abyBorder, BORDER_DATA_SIZE));
+    EXPECT_TRUE(GuardIntact(BORDER_DATA_SIZE));
+    EXPECT_EQ(1u, m_port.ReadData(m_buffer.data(), 0));
+    EXPECT_EQ(0u, m_port.ReadData(m_buffer.data(), 11));
+    EXPECT_TRUE(m_camera->Lines().empty());
+}
+
+TEST_F(Download, JpegFramesDecodeOrReturnTheirStream) {
+    const struct {
+        unsigned int live, flags;
+        bool colour;
+        int subsampling;
+        double psnr;  // at quality 90 against the rendered frame
+    } cases[] = {{0, 0, false, 0, 35},         {0, 0, true, 0, 30}, {0, 0, true, 1, 30},
+                 {0, 0, true, 2, 30},          {0, 4, true, 0, 30}, {0, 4, false, 2, 35},
+                 {0x01000000, 0, false, 0, 35}};  // any word but 0 is live
+    m_port.m_dwState[zptw::kFirstFrameIndex] = kFirst;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.live << " " << c.flags << " " << c.colour << c.subsampling);
+        ASSERT_EQ("OK", m_camera->Control(std::string("image colour ") + (c.colour ? "on" : "off")));
+        ASSERT_EQ("OK", m_camera->Control("image subsampling " + std::to_string(c.subsampling)));
+        m_port.m_dwState[zptw::kLastDownloadFormat] = zptw::kUnknownWord;
+        m_camera->ClearLog();
+        const unsigned components = c.colour ? 3 : 1;
+        const std::size_t size = kRaw * components;
+        ASSERT_EQ(1u, Read(c.live, 5, c.flags, size)) << NewTrace();
+        EXPECT_TRUE(GuardIntact(size));
+        const std::string expected = Rendered(c.live != 0 ? 0 : kFirst + 5, components);
+        const BORDER_DATA b = Border();
+        EXPECT_EQ(2, +b.Format);
+        EXPECT_EQ(c.colour ? 1 : 2, +b.SensorType);
+        EXPECT_EQ(c.subsampling, +b.Word299);
+        if (c.live != 0) {
+            EXPECT_EQ((std::vector<std::string>{"#0A8C010536"}), m_camera->Lines());
+        } else {  // camera type 12: frame-size suffix 01 for decoded frames
+            const std::string sizeLine = std::string("#0A9C00000000014000F00") + (c.flags == 0 ? "1" : "0");
+            EXPECT_EQ(
+                (std::vector<std::string>{"#0A8704\\r\\n", sizeLine + "\\r\\n", Request(kFirst + 5, 0)}),
+                m_camera->Lines());
+        }
+        if (c.flags == 0) {
+            EXPECT_GE(Psnr(expected, m_buffer.data()), c.psnr);
+            if (c.live == 0) {
+                EXPECT_EQ(0u, Read(0, 5, 0, size - 1));  // the decoded frame must fit
+            }
+            continue;
+        }
+        // The stream behind its length word, header rebuilt: plain libjpeg reads it.
+        std::uint32_t length = 0;
+        std::memcpy(&length, m_buffer.data(), 4);
+        ASSERT_LE(length + 4, size);
+        const DecodedJpeg decoded = DecodeJpeg(m_buffer.data() + 4, length);
+        EXPECT_EQ(kWidth, decoded.width);
+        EXPECT_EQ(kHeight, decoded.height);
+        EXPECT_EQ(static_cast<int>(components), decoded.components);
+        ASSERT_EQ(expected.size(), decoded.pixels.size());
+        EXPECT_GE(Psnr(expected, decoded.pixels.data()), c.psnr);
+        EXPECT_EQ(0u, Read(0, 5, 4, length + 3));  // length word and stream must fit, to the byte
+        EXPECT_TRUE(GuardIntact(length + 3));
+        EXPECT_EQ(1u, Read(0, 5, 4, length + 4));
+    }
+    EXPECT_NE(std::string::npos, NewTrace().find("ERR: ReadData JPEG frame does not fit or decode"));
+    EXPECT_EQ(zptw::kUnknownFirstFrame, m_port.m_dwState[zptw::kFirstFrameIndex]);  // forgotten when live
+}
+
+TEST_F(Download, ABadTrainIsRetriedOnTheNextPortWithTheRateRaisedThenLowered) {
+    Rate() = 5500;  // half a step above the base: the finished call returns to it
+    ASSERT_EQ(1u, Read(0, 0, 1, kRaw));
+    EXPECT_EQ(kBaseRate, m_camera->Lines().back());
+    const struct {
+        const char* fault;
+        const char* trace;
+        bool retried;
+    } cases[] = {{"drop 3", "ERR: ImageFunction Out Of Order", true},
+                 {"reorder 2", "ERR: ImageFunction Out Of Order", true},
+                 {"duplicate 4", "ERR: ImageFunction Out Of Order", true},
+                 {"truncate 5", "ERR: ImageFunction Select Timeout (1000000) = 0 after 6 segments", true},
+                 {"oversize", "ERR: ImageFunction datagram longer than 32768", true},
+                 {"info-first", "", false}};  // the information may come before the last segment
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.fault);
+        ASSERT_EQ("OK", m_camera->Control("image clear"));
+        ASSERT_EQ("OK", m_camera->Control(std::string("image ") + c.fault));
+        ASSERT_EQ("OK", m_camera->Control("image fail 1"));
+        m_camera->ClearLog();
+        NewTrace();
+        ASSERT_EQ(1u, Read(0, 3, 1, kRaw));
+        EXPECT_EQ(zpsim::RenderRawFrame(kFirst + 3, kWidth, kHeight, false), Frame(kRaw));
+        std::vector<std::string> expected = {Request(kFirst + 3, 0)};
+        if (c.retried)
+            expected.insert(expected.end(), {kRaisedRate, "#0A86\\r\\n", Request(kFirst + 3, 1), kBaseRate});
+        EXPECT_EQ(expected, m_camera->Lines());
+        const std::string trace = NewTrace();
+        if (c.retried) {
+            EXPECT_NE(std::string::npos, trace.find(c.trace)) << trace;
+        }
+        EXPECT_EQ(c.retried ? 1 : 0, Count(trace, "ERR: ReadData retrying 1... (NetPerf increased to 6000)"));
+        EXPECT_EQ(c.retried ? 1 : 0, Count(trace, "ERR: ReadData Reducing NetPerf to 5000"));
+        EXPECT_EQ(5000u, Rate());
+        EXPECT_EQ(0u, m_port.m_dwTransferActive);
+    }
+}
+
+TEST_F(Download, SixBadTrainsGiveUpAndStreamRequestsNeverTouchTheRate) {
+    ASSERT_EQ(1u, Read(0, 0, 1, kRaw));
+    ASSERT_EQ("OK", m_camera->Control("image drop 2"));
+    const struct {
+        std::uint32_t start;
+        std::vector<unsigned int> sent;  // the raised rates; none once at 65534
+    } cases[] = {{5000, {6000, 7000, 8000, 9000, 10000}}, {64000, {65000, 65534}}};
+    for (const auto& c : cases) {
+        Rate() = c.start;
+        m_camera->ClearLog();
+        NewTrace();
+        EXPECT_EQ(0u, Read(0, 0, 1, kRaw));
+        std::vector<std::string> expected;
+        for (unsigned int attempt = 0; attempt < 6; ++attempt) {
+            expected.push_back(Request(kFirst, static_cast<int>(attempt)));
+            if (attempt == 5) break;
+            if (attempt < c.sent.size()) {
+                char rate[40];
+                std::snprintf(rate, sizeof rate, "#0A89%04X%04X0100\\r\\n", c.sent[attempt], c.sent[attempt]);
+                expected.push_back(rate);
+            }
+            expected.push_back("#0A86\\r\\n");
+        }
+        EXPECT_EQ(expected, m_camera->Lines());
+        const std::string trace = NewTrace();
+        EXPECT_EQ(6, Count(trace, "ERR: ImageFunction Out Of Order"));
+        EXPECT_EQ(5, Count(trace, "ERR: ReadData retrying "));
+        EXPECT_EQ(1, Count(trace, "ERR: ReaData Cannot receive image..."));
+        EXPECT_EQ(0, Count(trace, "Reducing NetPerf"));
+        EXPECT_EQ(c.sent.back(), Rate());
+        EXPECT_EQ(0u, m_port.m_dwTransferActive);
+    }
+    Rate() = 5000;
+    ASSERT_EQ("OK", m_camera->Control("image fail 2"));
+    m_camera->ClearLog();
+    ASSERT_EQ(1u, Read(0, 0, 4, kRaw));
+    for (const std::string& line : m_camera->Lines()) EXPECT_NE("#0A89", line.substr(0, 5)) << line;
+    EXPECT_EQ(2, Count(NewTrace(), "(NetPerf increased to 5000)"));
+}
+
+TEST_F(Download, ATrainLongerThanTheBufferNeverWritesPastIt) {
+    ASSERT_EQ("OK", m_camera->Control("image overlong"));
+    EXPECT_EQ(0u, Read(0, 0, 1, kRaw));
+    EXPECT_TRUE(GuardIntact(kRaw));
+    std::string trace = NewTrace();
+    EXPECT_NE(std::string::npos, trace.find("ERR: ImageFunction image larger than buffer 76800")) << trace;
+    EXPECT_NE(std::string::npos, trace.find("ERR: ReadData = -9"));
+    EXPECT_EQ(1, Count(trace, "#0A88"));  // retrying cannot help
+    EXPECT_EQ(0u, m_port.m_dwTransferActive);
+    // The control channel answers only after the whole train went out, so none of it is left.
+    ASSERT_EQ("OK", m_camera->Control("ping"));
+    EXPECT_EQ(0u, Read(0, 0, 1, 2 * kRaw));  // room enough, but more than announced: every attempt fails
+    trace = NewTrace();
+    EXPECT_EQ(6, Count(trace, "ERR: ImageFunction length 76800 announced, 82400 received"));
+    EXPECT_EQ(1, Count(trace, "ERR: ReaData Cannot receive image..."));
+}
+
+TEST_F(Download, AFailedRequestOrABusyDataPortEndsTheAttemptAtOnce) {
+    ASSERT_EQ(1u, Read(0, 0, 1, kRaw));  // geometry, format and first index are known now
+    {
+        UdpClient blocker(kIp, 1335);
+        ASSERT_TRUE(blocker.Valid());
+        EXPECT_EQ(0u, Read(0, 0, 1, kRaw));
+    }
+    std::string trace = NewTrace();
+    EXPECT_NE(std::string::npos, trace.find("ERR: ReadData bind = -1"));
+    EXPECT_NE(std::string::npos, trace.find("ERR: ReadData = -3"));
+    EXPECT_EQ(0, Count(trace, "retrying"));
+    m_port.m_dwLinkLost = 1;
+    EXPECT_EQ(0u, Read(0, 0, 1, kRaw));
+    EXPECT_EQ(0u, Read(1, 0, 0, kRaw));
+    m_port.m_dwLinkLost = 0;
+    trace = NewTrace();
+    EXPECT_EQ(6, Count(trace, "ERR: ReadData Download frame request = -1"));
+    EXPECT_EQ(6, Count(trace, "ERR: ReadData live frame request = -1"));
+    EXPECT_EQ(0, Count(trace, "Select Timeout"));  // no attempt waited for an image
+    EXPECT_EQ(2, Count(trace, "ERR: ReaData Cannot receive image..."));
+    EXPECT_EQ(0u, m_port.m_dwTransferActive);
+}
+
+class ReplayDownload : public Download {
+protected:
+    void SetUp() override { Start(12, {"--announce-to", kIp}); }
+};
+
+TEST_F(ReplayDownload, LiveFramesAreClearedOnceTheCameraReplays) {
+    // The live train stops after its border; while the port waits for the rest, the camera starts
+    // replaying and announces it.
+    ASSERT_EQ("OK", m_camera->Control("image truncate 0"));
+    std::thread replay([this] {
+        for (int i = 0; i < 400 && m_camera->Lines().empty(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        m_camera->Control("state 06");
+    });
+    EXPECT_EQ(1u, Read(1, 0, 0, 4096));
+    replay.join();
+    EXPECT_EQ(std::string(4096, '\0'), Frame(4096));
+    EXPECT_TRUE(GuardIntact(4096));
+    EXPECT_EQ((std::vector<std::string>{"#0A8C010536", kRaisedRate, "#0A99\\r\\n", kBaseRate}),
+              m_camera->Lines());
+    const std::string trace = NewTrace();
+    EXPECT_NE(std::string::npos,
+              trace.find("ERR: ImageFunction Select Timeout (1000000) = 0 after 1 segments"));
+    EXPECT_NE(std::string::npos, trace.find("ERR: Status changed to 6")) << trace;
+    // Replaying already: cleared at once, nothing sent.
+    m_camera->ClearLog();
+    EXPECT_EQ(1u, Read(1, 0, 0, 4096));
+    EXPECT_EQ(std::string(4096, '\0'), Frame(4096));
+    EXPECT_TRUE(m_camera->Lines().empty());
+}
+
+class ToneTableDownload : public Download {
+protected:
+    void SetUp() override { Start(14); }
+};
+
+TEST_F(ToneTableDownload, RawFramesOfCameraType14GoThroughTheTableUnlessTheCameraApplied) {
+    const std::string raw = zpsim::RenderRawFrame(kFirst + 4, kWidth, kHeight, false);
+    ASSERT_EQ(1u, Read(0, 4, 1, kRaw));  // border byte 297 set: no conversion
+    EXPECT_EQ(raw, Frame(kRaw));
+    ASSERT_EQ("OK", m_camera->Control("image tone off"));
+    ASSERT_EQ(1u, Read(0, 4, 1, kRaw));
+    const BORDER_DATA border = Border();
+    std::string converted = raw;
+    for (char& c : converted) c = static_cast<char>(border.ToneTable[static_cast<unsigned char>(c)] >> 2);
+    EXPECT_NE(raw, converted);
+    EXPECT_EQ(converted, Frame(kRaw));
+    ASSERT_EQ(1u, Read(0, 4, 0, kRaw));  // a JPEG frame of a type other than 12: size suffix 00
+    EXPECT_EQ("#0A9C00000000014000F000\\r\\n", m_camera->Lines().at(6));
+}
+
+// The simulator's side as a plain socket sees it: exact datagrams, refused requests, bad commands.
+TEST_F(Download, TheSimulatorsTrainIsExactOnTheWire) {
+    UdpClient client(kIp), data(kIp, 0x052D);
+    const auto ask = [&client](const std::string& line) {
+        return client.Exchange(kIp, 1027, line).value_or("-");
+    };
+    EXPECT_EQ("#0A119C\r\n", ask("#0A9C000000000040002000\r\n"));  // 64 x 32: two segments
+    for (const char* refused : {"#0A88000003E7052D", "#0A8800000514052D", "#0A88000003E80000"})
+        EXPECT_EQ("#0A2188\r\n", ask(refused)) << refused;  // frames 999 and 1300, no data port
+    EXPECT_EQ("#0A1188\r\n", ask("#0A88000004D2052D"));
+    std::vector<std::string> train;
+    for (auto d = data.Receive(2000); d && train.size() < 4; d = data.Receive(500)) train.push_back(*d);
+    ASSERT_EQ(4u, train.size());
+    const std::string pixels = zpsim::RenderRawFrame(1234, 64, 32, false);
+    const std::string& border = train[0];
+    ASSERT_EQ(1036u, border.size());
+    EXPECT_EQ(std::string("\0\0\x05\x80\0\0\0\0", 8), border.substr(0, 8));        // receive hint 1408
+    EXPECT_EQ(std::string("\x02", 1), border.substr(8 + 8, 1));                    // grey sensor
+    EXPECT_EQ("\x04\xD2", border.substr(8 + 30, 2));                               // frame number, big-endian
+    EXPECT_EQ(std::string("\0\0\0\0\0\x40\0\x20", 8), border.substr(8 + 285, 8));  // format 0, 64 x 32
+    EXPECT_EQ(std::string("EoBD\0\0\0\0", 8), border.substr(8 + 1020));
+    EXPECT_EQ(pixels.substr(0, 1400) + std::string("\0\0\0\0\0\0\0\x01", 8), train[1]);
+    EXPECT_EQ(pixels.substr(1400) + std::string("\0\0\0\0\x80\0\0\x02", 8), train[2]);
+    EXPECT_EQ(std::string("\0\0\x08\0\0\0\0\0\x40\0\0\0", 12), train[3]);
+    for (const char* bad : {"image drop 0", "image loss 1.5", "image quality 101", "image explode"})
+        EXPECT_EQ("ERR", m_camera->Control(bad).substr(0, 3)) << bad;
+    EXPECT_FALSE(SimProcess({"--ip", "127.0.0.93", "--image", "quality 101"}).Ready());
+}
+
+// Trains no camera of ours sends, straight into the receiver, with guard bytes behind the buffer.
+TEST(ImageFunction, HostileTrainsFailCleanlyAndNeverWritePastTheBuffer) {
+    TempDir dir;
+    Port port;
+    port.EnableTrace(9, dir.File("trace.log").c_str(), 1);
+    const int sock = ::socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = inet_addr("127.0.0.94");
+    socklen_t length = sizeof local;
+    ASSERT_EQ(0, ::bind(sock, reinterpret_cast<sockaddr*>(&local), sizeof local));
+    ::getsockname(sock, reinterpret_cast<sockaddr*>(&local), &length);
+    UdpClient camera("127.0.0.94");
+    std::string block(BORDER_DATA_SIZE, '\0');
+    for (std::size_t i = 0; i < block.size(); ++i) block[i] = static_cast<char>(i * 13 + 1);
+    const std::string image = zpsim::RenderRawFrame(7, 8, 5, false);
+    // Kinds 00 and 11 are both data; a buffer shorter than the border datagram still gets the block.
+    const std::vector<std::string> good = {
+        zpsim::BorderDatagram(block, 24), image.substr(0, 16) + std::string("\0\0\0\0\xC0\0\0\x01", 8),
+        zpsim::DataDatagram(image.substr(16, 16), 2, false), zpsim::DataDatagram(image.substr(32), 3, true),
+        zpsim::InfoDatagram(40)};
+    const struct {
+        std::size_t capacity;
+        int result;
+        const char* trace;
+        std::vector<std::string> train;
+    } cases[] = {{40, 1, "", good},
+                 {4096, -2, "ERR: ImageFunction Select Timeout (200000) = 0 after 0 segments", {}},
+                 {3000, -4, "ERR: ImageFunction image larger than buffer 3000", {zpsim::InfoDatagram(5000)}},
+                 {4096, -5, "ERR: ImageFunction bad datagram of 3 bytes", {"xyz"}},
+                 {4096, -5, "bad datagram of 504 bytes", {std::string(504, '\0')}},  // a short border
+                 {4096, -5, "bad datagram of 6 bytes", {zpsim::InfoDatagram(0).substr(6)}},
+                 {4096, -5, "bad datagram of 7 bytes", {"abc" + zpsim::DataDatagram("", 1, false).substr(4)}},
+                 {4096, -1, "ERR: ImageFunction recvfrom = 0", {""}}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.trace);
+        std::vector<unsigned char> buffer(c.capacity + 256, kGuard);
+        for (const std::string& d : c.train) ASSERT_TRUE(camera.Send("127.0.0.94", ntohs(local.sin_port), d));
+        int imageLength = -1;
+        EXPECT_EQ(c.result, port.ImageFunction(sock, reinterpret_cast<char*>(buffer.data()),
+                                               static_cast<int>(c.capacity), imageLength, 200000));
+        EXPECT_TRUE(std::all_of(buffer.begin() + static_cast<long>(c.capacity), buffer.end(),
+                                [](unsigned char b) { return b == kGuard; }));
+        if (c.result != 1) continue;
+        EXPECT_EQ(40, imageLength);
+        EXPECT_EQ(image, std::string(buffer.begin(), buffer.begin() + 40));
+        EXPECT_EQ(0, std::memcmp(block.data(), port.m_abyBorder, block.size()));  // kept in camera order
+    }
+    ::close(sock);
+    const std::string trace = ReadFile(dir.File("trace_0000000009.log"));
+    for (const auto& c : cases) EXPECT_NE(std::string::npos, trace.find(c.trace)) << c.trace;
+}
+
+}  // namespace
+}  // namespace zptest
