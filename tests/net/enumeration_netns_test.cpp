@@ -13,10 +13,12 @@ namespace {
 HostAdapter Adapter(const std::string& name, int lan, int host) {
     char mac[32];
     std::snprintf(mac, sizeof mac, "02:00:00:00:%02X:%02X", lan, host);
-    return HostAdapter{name, mac, 1500, "10.74." + std::to_string(lan) + "." + std::to_string(host) + "/24", ""};
+    return HostAdapter{name, mac, 1500, "10.74." + std::to_string(lan) + "." + std::to_string(host) + "/24",
+                       ""};
 }
 
-CameraLan Lan(std::vector<HostAdapter> adapters, std::vector<std::string> ips, std::vector<std::string> simArgs = {}) {
+CameraLan Lan(std::vector<HostAdapter> adapters, std::vector<std::string> ips,
+              std::vector<std::string> simArgs = {}) {
     CameraLan lan;
     lan.adapters = std::move(adapters);
     lan.cameraIps = std::move(ips);
@@ -45,14 +47,18 @@ TEST(GEEnumerate, AsciiAnswersBecomeItemsWithTheirAdapterUpToTheCapacity) {
     unsigned int count = 8;
     auto items = Enumerate(count);
     ASSERT_EQ(count, 3u);
-    EXPECT_EQ(net.SimLog(0), std::vector<std::string>({"10.74.1.10 54\\r\\n", "10.74.1.11 54\\r\\n", "10.74.1.12 54\\r\\n"}));
+    EXPECT_EQ(net.SimLog(0), std::vector<std::string>(
+                                 {"10.74.1.10 54\\r\\n", "10.74.1.11 54\\r\\n", "10.74.1.12 54\\r\\n"}));
     for (unsigned int i = 0; i < count; ++i) {
         const _ZP_ENUMITEMEX& item = items[i];
-        const unsigned int camera = item.ipAddress - 0x0A4A010A;  // any order; fields cleared, completed later by the port
+        const unsigned int camera =
+            item.ipAddress - 0x0A4A010A;  // any order; fields cleared, completed later by the port
         char text[600];
-        std::snprintf(text, sizeof text, "%s %02X %s %s %s %u", item.ipText, item.cmdAddress, item.adapterIpText,
-                      item.adapterMaskText, item.adapterMacText, item.infoTag + item.serialNumber + item.cameraType);
-        EXPECT_EQ(text, "10.74.1.1" + std::to_string(camera) + " 2" + std::to_string(camera) + " 10.74.1.1 255.255.255.0 02:00:00:00:01:01 0");
+        std::snprintf(text, sizeof text, "%s %02X %s %s %s %u", item.ipText, item.cmdAddress,
+                      item.adapterIpText, item.adapterMaskText, item.adapterMacText,
+                      item.infoTag + item.serialNumber + item.cameraType);
+        EXPECT_EQ(text, "10.74.1.1" + std::to_string(camera) + " 2" + std::to_string(camera) +
+                            " 10.74.1.1 255.255.255.0 02:00:00:00:01:01 0");
     }
     count = 2;
     Enumerate(count);
@@ -82,7 +88,8 @@ TEST(GEEnumerate, ACameraOnTwoAdaptersIsListedOnceAndTheFilterPicksOneAdapter) {
 }
 
 TEST(GEEnumerate, BinaryRequestGoesToTheSubnetBroadcastAwayFromPorts1028And1029) {
-    NetFixture net({Lan({Adapter("zpe0", 1, 1)}, {"10.74.1.10"}, {"--binary-type", "19", "--binary-model", "6"})});
+    NetFixture net(
+        {Lan({Adapter("zpe0", 1, 1)}, {"10.74.1.10"}, {"--binary-type", "19", "--binary-model", "6"})});
     ASSERT_TRUE(net.Ready()) << net.Error();
     unsigned int count = 8;
     auto items = Enumerate(count, 1);

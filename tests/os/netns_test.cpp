@@ -1,6 +1,8 @@
 // Adapter lists, their look-ups and ping, inside the test's private network namespace. The kernel
 // lists lo, eth7, wlan3 and loop9 in creation order; ping's targets are loopback, an address of this
 // namespace, or a stand-in "ping" program found first on PATH.
+#include "support/netns.h"
+
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -13,7 +15,6 @@
 
 #include "support/net_fixture.h"
 #include "support/temp_dir.h"
-#include "support/netns.h"
 #include "zpport/NetworkAdapters.h"
 #include "zpport/OSLayer.h"
 
@@ -26,13 +27,16 @@ TEST(Adapters, RecordsListAndLookUps) {
         _NET_AD_DESCR list[2];
         int count = 2;
         unsigned ip = 7, mtu = 0;
-        EXPECT_EQ(EnumerateNetworkAdapters(list, &count) + count + IPAddressFromMACAddress("02:00:5e:aa:bb:01", ip) + ip, 0u);
+        EXPECT_EQ(EnumerateNetworkAdapters(list, &count) + count +
+                      IPAddressFromMACAddress("02:00:5e:aa:bb:01", ip) + ip,
+                  0u);
         FindAdapterMTU(0x0A4D0001, mtu);
         EXPECT_EQ(mtu, 1500u);
     }
-    ASSERT_TRUE(zptest::AddVethPair("eth7", "eth7p", "02:00:5e:aa:bb:01", 9000, "10.77.0.1/24") &&
-                zptest::AddVethPair("wlan3", "wlan3p", "02:00:00:1c:bb:0B", 576, "10.78.0.1/16") &&
-                zptest::AddVethPair("loop9", "loop9p", "02:00:00:aa:bb:03", 0, "10.79.0.1/24"));  // ends the list
+    ASSERT_TRUE(
+        zptest::AddVethPair("eth7", "eth7p", "02:00:5e:aa:bb:01", 9000, "10.77.0.1/24") &&
+        zptest::AddVethPair("wlan3", "wlan3p", "02:00:00:1c:bb:0B", 576, "10.78.0.1/16") &&
+        zptest::AddVethPair("loop9", "loop9p", "02:00:00:aa:bb:03", 0, "10.79.0.1/24"));  // ends the list
     uint32_t size = 0;
     EXPECT_EQ(OS_NetGetAdaptersInfo(nullptr, &size), OS_ERR_BUFFER);
     EXPECT_EQ(size, 4u * 248) << "loopback names count in the need";
@@ -46,23 +50,28 @@ TEST(Adapters, RecordsListAndLookUps) {
     EXPECT_EQ(info[0].Zero, 0xA5A5) << "nothing written into a buffer too small";
     ASSERT_EQ(OS_NetGetAdaptersInfo(info.data(), &(size = 4 * 248)), OS_OK);
     ASSERT_EQ(OS_GetAdaptersAddresses(addresses.data(), &(size = 4 * 40)), OS_OK);
-    const char* expected[2] = {"eth7 10.77.0.1 255.255.255.0 aa:01 6 0 Network interface a5a5a5a5 aa:01 0 6 9000 6 a5a5a5a5",
-                               "wlan3 10.78.0.1 255.255.0.0 1c:0b 6 0 Network interface a5a5a5a5 1c:0b 1 6 576 71 a5a5a5a5"};
-    for (size_t i = 0; i < 2; ++i) {  // wlan3 is not the kernel's last entry (loop9 is): its next is the following slot
+    const char* expected[2] = {
+        "eth7 10.77.0.1 255.255.255.0 aa:01 6 0 Network interface a5a5a5a5 aa:01 0 6 9000 6 a5a5a5a5",
+        "wlan3 10.78.0.1 255.255.0.0 1c:0b 6 0 Network interface a5a5a5a5 1c:0b 1 6 576 71 a5a5a5a5"};
+    for (size_t i = 0; i < 2;
+         ++i) {  // wlan3 is not the kernel's last entry (loop9 is): its next is the following slot
         const _OS_ADAPTER_INFO& r = info[i];
         const _OS_ADAPTER_ADDRESSES& a = addresses[i];
         char text[256];
-        std::snprintf(text, sizeof text, "%.64s %s %s %02x:%02x %u %u %.18s %08x %02x:%02x %u %u %u %u %08x", r.AdapterName, r.IpAddress,
-                      r.IpMask, r.Address[3], r.Address[5], r.AddressLength, r.Zero, r.Description, r.Reserved0, a.PhysicalAddress[3],
-                      a.PhysicalAddress[5], a.IfIndex, a.PhysicalAddressLength, a.Mtu, a.IfType, a.Reserved2);
+        std::snprintf(text, sizeof text, "%.64s %s %s %02x:%02x %u %u %.18s %08x %02x:%02x %u %u %u %u %08x",
+                      r.AdapterName, r.IpAddress, r.IpMask, r.Address[3], r.Address[5], r.AddressLength,
+                      r.Zero, r.Description, r.Reserved0, a.PhysicalAddress[3], a.PhysicalAddress[5],
+                      a.IfIndex, a.PhysicalAddressLength, a.Mtu, a.IfType, a.Reserved2);
         EXPECT_EQ(std::string(text), expected[i]);
         EXPECT_TRUE(r.Next == &info[i + 1] && a.Next == &addresses[i + 1] && r.Reserved1[111] == 0xA5) << i;
     }
-    EXPECT_TRUE(info[2].AdapterName[0] == char(0xA5) && addresses[2].IfIndex == 0xA5A5A5A5u) << "lo and loop9 use no slot";
+    EXPECT_TRUE(info[2].AdapterName[0] == char(0xA5) && addresses[2].IfIndex == 0xA5A5A5A5u)
+        << "lo and loop9 use no slot";
     ASSERT_TRUE(zptest::DeleteLink("loop9"));
     ASSERT_EQ(OS_NetGetAdaptersInfo(info.data(), &(size = 3 * 248)), OS_OK);
     ASSERT_EQ(OS_GetAdaptersAddresses(addresses.data(), &(size = 3 * 40)), OS_OK);
-    EXPECT_TRUE(info[1].Next == nullptr && addresses[1].Next == nullptr) << "the kernel's last entry ends the chain";
+    EXPECT_TRUE(info[1].Next == nullptr && addresses[1].Next == nullptr)
+        << "the kernel's last entry ends the chain";
 
     _NET_AD_DESCR list[3];
     std::memset(static_cast<void*>(list), 0xA5, sizeof list);
@@ -71,10 +80,12 @@ TEST(Adapters, RecordsListAndLookUps) {
     EXPECT_EQ(list[1].mtu, 0xA5A5A5A5u) << "never more than the capacity";
     count = 3;
     ASSERT_EQ(EnumerateNetworkAdapters(list, &count), 2);
-    for (const auto& [entry, text] : {std::pair{list[0], "[10.77.0.1] 0a4d0001 02:00:5E:AA:BB:01 [255.255.255.0] 9000"},
-                                      std::pair{list[1], "[10.78.0.1] 0a4e0001 02:00:00:1C:BB:0B [255.255.0.0] 576"}}) {
+    for (const auto& [entry, text] :
+         {std::pair{list[0], "[10.77.0.1] 0a4d0001 02:00:5E:AA:BB:01 [255.255.255.0] 9000"},
+          std::pair{list[1], "[10.78.0.1] 0a4e0001 02:00:00:1C:BB:0B [255.255.0.0] 576"}}) {
         char got[600];
-        std::snprintf(got, sizeof got, "%s %08x %s %s %u", entry.ipText, entry.ip, entry.macText, entry.maskText, entry.mtu);
+        std::snprintf(got, sizeof got, "%s %08x %s %s %u", entry.ipText, entry.ip, entry.macText,
+                      entry.maskText, entry.mtu);
         EXPECT_EQ(std::string(got), text);
         EXPECT_STREQ(entry.description, "Network interface");
     }
@@ -83,10 +94,12 @@ TEST(Adapters, RecordsListAndLookUps) {
     EXPECT_EQ(ip, 0x0A4E0001u) << "the MAC text matches ignoring case";
     EXPECT_EQ(IPAddressFromMACAddress("02:00:00:1c:BB:0C", ip) + ip, 2u);
     FindAdapterAddresses(0x0A4D0001, ipOut, mask, low, high);
-    EXPECT_EQ(std::vector<unsigned>({ipOut, mask, low, high}), std::vector<unsigned>({0x0A4D0001, 0xFFFFFF00, 0x5EAABB01, 0x0200}));
+    EXPECT_EQ(std::vector<unsigned>({ipOut, mask, low, high}),
+              std::vector<unsigned>({0x0A4D0001, 0xFFFFFF00, 0x5EAABB01, 0x0200}));
     FindAdapterAddresses(0x0A4F0001, ipOut, mask, low, high);
     EXPECT_EQ(std::vector<unsigned>({ipOut, mask, low, high}), std::vector<unsigned>({0x0A4F0001, 0, 0, 0}));
-    for (const auto& [address, expectedMtu] : {std::pair{0x0A4D0001u, 9000u}, {0x0A4E0001u, 1500u}, {0x0A4F0001u, 1500u}}) {
+    for (const auto& [address, expectedMtu] :
+         {std::pair{0x0A4D0001u, 9000u}, {0x0A4E0001u, 1500u}, {0x0A4F0001u, 1500u}}) {
         FindAdapterMTU(address, mtu);
         EXPECT_EQ(mtu, expectedMtu) << std::hex << address;
     }
@@ -110,7 +123,8 @@ TEST(Ping, ThroughTheSystemProgram) {
     EXPECT_EQ(OS_NetPing("10.200.0.1", &r, 64, 30000), OS_ERR_SYSTEM) << "no route: ping exits first";
     testing::internal::CaptureStderr();
     EXPECT_EQ(OS_NetPing("no-such-host.invalid", &r, 64, 500), OS_ERR_SYSTEM);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "OS_NetPing: Could not resolve the host name no-such-host.invalid\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "OS_NetPing: Could not resolve the host name no-such-host.invalid\n");
     EXPECT_EQ(r.Address, 0xA5A5A5A5u) << "nothing stored on failure";
 }
 
@@ -129,23 +143,31 @@ TEST(Ping, ArgumentsOutputParsingAndDeadlineWithAStandIn) {
         int64_t roundTrip;
         uint32_t address;
     } rows[] = {
-        {"echo '64 bytes from 10.1.2.3: icmp_seq=1 ttl=44 time=12.9 ms'", "10.1.2.3", 300, 5000, OS_OK, "-c 1 -t 44 10.1.2.3", 12, 0},
-        {"echo 'time=0.045 ms'", "localhost", 1, OS_INFINITE, OS_OK, "-c 1 -t 1 127.0.0.1", 0, htonl(INADDR_LOOPBACK)},
-        {"echo 'PING'; /bin/sleep 0.3; echo 'reply time=010.5 ms'", "10.1.2.3", 64, 10000, OS_OK, "-c 1 -t 64 10.1.2.3", 10, 0},
-        {"echo 'Request timeout'", "10.1.2.3", 64, 10000, OS_ERR_SYSTEM, "-c 1 -t 64 10.1.2.3", -0x5A5A5A5A5A5A5A5B, 0xA5A5A5A5},
-        {"exec /bin/sleep 60", "10.1.2.3", 64, 1500, OS_ERR_TIMEOUT, "-c 1 -t 64 10.1.2.3", -0x5A5A5A5A5A5A5A5B, 0xA5A5A5A5},
+        {"echo '64 bytes from 10.1.2.3: icmp_seq=1 ttl=44 time=12.9 ms'", "10.1.2.3", 300, 5000, OS_OK,
+         "-c 1 -t 44 10.1.2.3", 12, 0},
+        {"echo 'time=0.045 ms'", "localhost", 1, OS_INFINITE, OS_OK, "-c 1 -t 1 127.0.0.1", 0,
+         htonl(INADDR_LOOPBACK)},
+        {"echo 'PING'; /bin/sleep 0.3; echo 'reply time=010.5 ms'", "10.1.2.3", 64, 10000, OS_OK,
+         "-c 1 -t 64 10.1.2.3", 10, 0},
+        {"echo 'Request timeout'", "10.1.2.3", 64, 10000, OS_ERR_SYSTEM, "-c 1 -t 64 10.1.2.3",
+         -0x5A5A5A5A5A5A5A5B, 0xA5A5A5A5},
+        {"exec /bin/sleep 60", "10.1.2.3", 64, 1500, OS_ERR_TIMEOUT, "-c 1 -t 64 10.1.2.3",
+         -0x5A5A5A5A5A5A5A5B, 0xA5A5A5A5},
     };
     for (const auto& row : rows) {
-        std::ofstream(dir.File("ping")) << "#!/bin/sh\necho \"$@\" > " << dir.File("args") << "\n" << row.output << "\n";
+        std::ofstream(dir.File("ping")) << "#!/bin/sh\necho \"$@\" > " << dir.File("args") << "\n"
+                                        << row.output << "\n";
         ASSERT_EQ(chmod(dir.File("ping").c_str(), 0755), 0);
         _OS_PING_RESULT r = Untouched();
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(OS_NetPing(row.host, &r, row.ttl, row.timeoutMs), row.result) << row.output;
-        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        const double seconds =
+            std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         EXPECT_EQ(zptest::ReadFile(dir.File("args")), row.args + std::string("\n"));
         EXPECT_EQ(r.RoundTrip, row.roundTrip) << row.output;
         EXPECT_EQ(r.Address, row.address) << row.output;
-        EXPECT_TRUE(row.result != OS_ERR_TIMEOUT || (seconds >= 1.45 && seconds < 30)) << "interrupted, not waited out";
+        EXPECT_TRUE(row.result != OS_ERR_TIMEOUT || (seconds >= 1.45 && seconds < 30))
+            << "interrupted, not waited out";
     }
     ::unlink(dir.File("ping").c_str());
     _OS_PING_RESULT r = Untouched();

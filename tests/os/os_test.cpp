@@ -25,7 +25,9 @@ using namespace std::chrono_literals;
 using zp::os::ThreadRecord;
 using Clock = std::chrono::steady_clock;
 
-double SecondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+double SecondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
 
 // Polls for up to ten seconds; a generous bound for a loaded machine.
 bool Eventually(const std::function<bool()>& condition) {
@@ -38,7 +40,8 @@ bool Eventually(const std::function<bool()>& condition) {
 // Runs a blocking call on a thread of its own, interrupted once after 300 ms by SIGUSR1 (handled
 // without SA_RESTART, so the call sees EINTR). Returns the call's result; seconds gets its duration.
 int RunInterrupted(const std::function<int()>& call, double& seconds) {
-    struct sigaction action {}, previous {};
+    struct sigaction action {
+    }, previous{};
     action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, &previous);
     std::atomic<int> result{-1};
@@ -153,7 +156,8 @@ TEST(Threads, SuspendOnlyInAWorkerUntilResumeAndResumeAlsoUndoesAFinish) {
 // Busy, sleeping, held at the start gate or suspended by itself: each worker is cancelled at once, by
 // terminate (the record stays, finished) or by destroy.
 TEST(Threads, TerminateAndDestroyCancelTheWorker) {
-    const std::pair<Mode, unsigned> rows[] = {{kSpin, 0}, {kSleepLong, 0}, {kReturn, 1}, {kSuspend, 0}, {kSpin, 2}};
+    const std::pair<Mode, unsigned> rows[] = {
+        {kSpin, 0}, {kSleepLong, 0}, {kReturn, 1}, {kSuspend, 0}, {kSpin, 2}};
     for (const auto& [mode, flags] : rows) {
         Worker w(mode, flags & 1);
         ASSERT_TRUE(Eventually([&] { return flags == 1 || (w.started && w.State() == (mode == kSuspend)); }));
@@ -208,7 +212,8 @@ std::string NameOf(OS_SEMAPHORE handle) {
 
 TEST(Semaphores, NamesGivenOrGeneratedAndRefused) {
     const std::string name = "/zp_semtest_" + std::to_string(getpid());
-    OS_SEMAPHORE handles[4] = {OS_SemCreate(2, name.c_str() + 1), OS_SemCreate(0, name.c_str()), OS_SemCreate(3, nullptr), OS_SemCreate(3, nullptr)};
+    OS_SEMAPHORE handles[4] = {OS_SemCreate(2, name.c_str() + 1), OS_SemCreate(0, name.c_str()),
+                               OS_SemCreate(3, nullptr), OS_SemCreate(3, nullptr)};
     const std::string names[2] = {NameOf(handles[2]), NameOf(handles[3])};
     sem_unlink(name.c_str());
     int values[4] = {};
@@ -219,14 +224,17 @@ TEST(Semaphores, NamesGivenOrGeneratedAndRefused) {
     for (const std::string& generated : names) {
         sem_unlink(generated.c_str());
         // "/KAVSEM_%d" of a 32-bit sum: a signed decimal.
-        EXPECT_EQ(generated, "/KAVSEM_" + std::to_string(std::atoi(generated.c_str() + std::min<size_t>(generated.size(), 8))));
+        EXPECT_EQ(generated, "/KAVSEM_" + std::to_string(std::atoi(generated.c_str() +
+                                                                   std::min<size_t>(generated.size(), 8))));
     }
     for (int i = 0; i < 4; ++i) EXPECT_EQ(OS_SemDestroy(handles[i]), OS_OK);
     testing::internal::CaptureStderr();
-    for (int result : {OS_SemWait(nullptr, 0), OS_SemWait(nullptr, OS_INFINITE), OS_SemRelease(nullptr), OS_SemDestroy(nullptr)})
+    for (int result : {OS_SemWait(nullptr, 0), OS_SemWait(nullptr, OS_INFINITE), OS_SemRelease(nullptr),
+                       OS_SemDestroy(nullptr)})
         EXPECT_EQ(result, OS_OK) << "no semaphore counts as an acquired lock";
     EXPECT_EQ(OS_SemCreate(1, std::string(4095, 'a').c_str()), nullptr);
-    EXPECT_EQ(OS_SemCreate(1, std::string(4094, 'a').c_str()), nullptr);  // fits the name buffer; the system refuses
+    EXPECT_EQ(OS_SemCreate(1, std::string(4094, 'a').c_str()),
+              nullptr);  // fits the name buffer; the system refuses
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "Semaphore name is not normalized and too long\nError creating semaphore: Invalid argument\n"
               "Error creating semaphore: Invalid argument\n");
@@ -263,14 +271,19 @@ TEST(Services, LocalTimeTickDiskDirectoryAndStrings) {
     } while (std::time(nullptr) != now);
     std::tm p{};
     localtime_r(&now, &p);
-    EXPECT_EQ(std::vector<int>({st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond, st.wMilliseconds}),
-              std::vector<int>({p.tm_year, p.tm_mon, p.tm_wday, p.tm_mday, p.tm_hour, p.tm_min, p.tm_sec, 0}));
-    auto tickAt = [](const timeval& tv) { return uint32_t(tv.tv_sec % 31536000) * 1000u + uint32_t(tv.tv_usec / 1000); };
+    EXPECT_EQ(
+        std::vector<int>({st.wYear, st.wMonth, st.wDayOfWeek, st.wDay, st.wHour, st.wMinute, st.wSecond,
+                          st.wMilliseconds}),
+        std::vector<int>({p.tm_year, p.tm_mon, p.tm_wday, p.tm_mday, p.tm_hour, p.tm_min, p.tm_sec, 0}));
+    auto tickAt = [](const timeval& tv) {
+        return uint32_t(tv.tv_sec % 31536000) * 1000u + uint32_t(tv.tv_usec / 1000);
+    };
     timeval t0{}, t1{};
     gettimeofday(&t0, nullptr);
     const uint32_t ticks[2] = {OS_GetTickCount(), OS_timeGetTime()};
     gettimeofday(&t1, nullptr);
-    for (uint32_t tick : ticks) EXPECT_LE(tick - tickAt(t0), tickAt(t1) - tickAt(t0));  // unsigned: right across wraps
+    for (uint32_t tick : ticks)
+        EXPECT_LE(tick - tickAt(t0), tickAt(t1) - tickAt(t0));  // unsigned: right across wraps
     EXPECT_FALSE(OS_IsSSE());
 
     uint64_t total = 111, freeBytes = 222;
@@ -278,18 +291,23 @@ TEST(Services, LocalTimeTickDiskDirectoryAndStrings) {
     struct statfs info {};
     EXPECT_FALSE(CheckDiskSpace("/nonexistent/zp", total, freeBytes));
     EXPECT_EQ(total + freeBytes, 333u) << "a failure leaves the outputs";
-    EXPECT_EQ(OS_GetDiskFreeSpaceEx("/nonexistent/zp", &parts[0], &parts[1], &parts[2], &parts[3]), 0);  // path ignored
+    EXPECT_EQ(OS_GetDiskFreeSpaceEx("/nonexistent/zp", &parts[0], &parts[1], &parts[2], &parts[3]),
+              0);  // path ignored
     ASSERT_TRUE(CheckDiskSpace(".", total, freeBytes) && statfs(".", &info) == 0);
     EXPECT_EQ(total, uint64_t(info.f_bsize) * info.f_blocks);
     EXPECT_EQ((uint64_t(parts[1]) << 32) | parts[0], total);
 
     const zptest::TempDir home;
     const std::string savedHome = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "";
-    for (const auto& [kind, text] : {std::pair{3, home.Path()}, {2, std::string("/sbin")}, {-1, std::string("/home")}, {4, std::string()}}) {
+    for (const auto& [kind, text] : {std::pair{3, home.Path()},
+                                     {2, std::string("/sbin")},
+                                     {-1, std::string("/home")},
+                                     {4, std::string()}}) {
         kind < 0 ? unsetenv("HOME") : setenv("HOME", home.Path().c_str(), 1);  // -1: kind 1 with HOME unset
         char buffer[64];
         std::memset(buffer, 'Z', sizeof buffer);
-        EXPECT_EQ(OS_GetDirectory(std::abs(kind), buffer, 1), text.empty() ? -1 : 0) << kind;  // the size is ignored
+        EXPECT_EQ(OS_GetDirectory(std::abs(kind), buffer, 1), text.empty() ? -1 : 0)
+            << kind;  // the size is ignored
         EXPECT_EQ(std::string(buffer, text.size() + 2), text.empty() ? "ZZ" : text + '\0' + 'Z') << kind;
     }
     setenv("HOME", savedHome.c_str(), 1);

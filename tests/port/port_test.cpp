@@ -167,7 +167,10 @@ TEST(SdCard, NameGoesIntoBlockZeroBetweenSpiOpenAndClose) {
     EXPECT_EQ(Bytes(card.writes[7].second.begin() + 2, card.writes[7].second.end() - 3), expected);
     EXPECT_EQ(Writes(card.writes.end() - 2, card.writes.end()), (Writes{{97, {0xFF}}, {96, {0}}}));  // closed
 
-    std::memcpy(card.block0.data(), "KAVFLSH\0\x04\x03\x02\x01" "cam", 16);
+    std::memcpy(card.block0.data(),
+                "KAVFLSH\0\x04\x03\x02\x01"
+                "cam",
+                16);
     std::memset(card.block0.data() + 140, 'c', 372);  // a comment filling its field
     U word = 0;
     EXPECT_EQ(card.ReadSysDataFromFlash(0, reinterpret_cast<char*>(&word)), 1u);

@@ -18,7 +18,9 @@ namespace zptest {
 
 namespace {
 
-int OpenOwnNamespace() { return ::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC); }
+int OpenOwnNamespace() {
+    return ::open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
+}
 
 // Returns the calling thread to the namespace it came from; a thread that cannot go back must not
 // run any further test code.
@@ -35,7 +37,9 @@ bool Run(const std::string& script) {
     return rc == 0;
 }
 
-std::string IpBatch(const std::string& commands) { return "ip -batch - <<'EOF'\n" + commands + "EOF\n"; }
+std::string IpBatch(const std::string& commands) {
+    return "ip -batch - <<'EOF'\n" + commands + "EOF\n";
+}
 
 // The kernel finishes bringing a link up in the background (carrier, transmit queue, bridge port
 // state) and drops what is sent before: waits up to five seconds for each link to report being up.
@@ -60,8 +64,8 @@ std::string BuildLan(const CameraLan& layout, const NetNamespace& space, bool fi
     std::vector<std::string> hostLinks, peers;
     for (const auto& a : adapters) {
         const std::string peer = a.name + "c", mtu = std::to_string(a.mtu);
-        host += "link add " + a.name + " type veth peer name " + peer + "\nlink set " + a.name + " mtu " + mtu +
-                "\nlink set " + peer + " mtu " + mtu + "\n";
+        host += "link add " + a.name + " type veth peer name " + peer + "\nlink set " + a.name + " mtu " +
+                mtu + "\nlink set " + peer + " mtu " + mtu + "\n";
         if (!a.mac.empty()) host += "link set " + a.name + " address " + a.mac + "\n";
         if (!a.peerMac.empty()) host += "link set " + peer + " address " + a.peerMac + "\n";
         if (!a.cidr.empty()) host += "addr add " + a.cidr + " dev " + a.name + "\n";
@@ -70,7 +74,8 @@ std::string BuildLan(const CameraLan& layout, const NetNamespace& space, bool fi
         hostLinks.push_back(a.name);
         peers.push_back(peer);
     }
-    camera += "link set lo up\nlink set " + lanInterface + " up\nroute add 224.0.0.0/4 dev " + lanInterface + "\n";
+    camera +=
+        "link set lo up\nlink set " + lanInterface + " up\nroute add 224.0.0.0/4 dev " + lanInterface + "\n";
     for (const auto& ip : layout.cameraIps) {
         camera += "addr add " + ip + "/" + std::to_string(layout.prefix) + " dev " + lanInterface + "\n";
     }
@@ -78,7 +83,8 @@ std::string BuildLan(const CameraLan& layout, const NetNamespace& space, bool fi
     if (!Run(IpBatch(host))) return "the host links failed";
     {
         InsideNamespace inside(space);
-        if (!inside.Entered() || !Run(IpBatch(camera) + AwaitUp({lanInterface}, false) + AwaitUp(peers, bridged)))
+        if (!inside.Entered() ||
+            !Run(IpBatch(camera) + AwaitUp({lanInterface}, false) + AwaitUp(peers, bridged)))
             return "the camera side failed";
     }
     return Run(AwaitUp(hostLinks, false)) ? "" : "the host links did not come up";
@@ -89,12 +95,15 @@ std::string StartSimulator(const CameraLan& layout, const NetNamespace& space, c
     {
         std::ofstream config(configPath);
         for (std::size_t i = 0; i < layout.cameraIps.size(); ++i) {
-            config << "[camera]\nip=" << layout.cameraIps[i] << "\naddress=" << unsigned(layout.firstAddress + i)
-                   << "\nserial=" << layout.firstSerial + i << "\n" << layout.cameraKeys;
+            config << "[camera]\nip=" << layout.cameraIps[i]
+                   << "\naddress=" << unsigned(layout.firstAddress + i)
+                   << "\nserial=" << layout.firstSerial + i << "\n"
+                   << layout.cameraKeys;
         }
         if (!config) return "writing " + configPath + " failed";
     }
-    std::vector<std::string> args = {"--config", configPath, "--log", logPath, "--multicast", "--multicast-ttl", "1"};
+    std::vector<std::string> args = {"--config",    configPath,        "--log", logPath,
+                                     "--multicast", "--multicast-ttl", "1"};
     args.insert(args.end(), layout.simArgs.begin(), layout.simArgs.end());
     InsideNamespace inside(space);
     if (inside.Entered()) sim = std::make_unique<SimProcess>(args);
@@ -122,7 +131,9 @@ NetNamespace::~NetNamespace() {
     if (m_fd >= 0) ::close(m_fd);
 }
 
-std::string NetNamespace::Path() const { return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(m_fd); }
+std::string NetNamespace::Path() const {
+    return "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(m_fd);
+}
 
 InsideNamespace::InsideNamespace(const NetNamespace& space) : m_home(OpenOwnNamespace()) {
     m_entered = m_home >= 0 && space.Valid() && ::setns(space.Fd(), CLONE_NEWNET) == 0;
@@ -154,7 +165,9 @@ NetFixture::~NetFixture() {
     for (const auto& link : m_hostLinks) DeleteLink(link);
 }
 
-const NetNamespace& NetFixture::Lan(std::size_t lan) const { return m_lans[lan]->space; }
+const NetNamespace& NetFixture::Lan(std::size_t lan) const {
+    return m_lans[lan]->space;
+}
 
 std::vector<std::string> NetFixture::SimLog(std::size_t lan) const {
     std::vector<std::string> lines;

@@ -21,6 +21,8 @@ bool AddVethPair(const std::string& name, const std::string& peer, const std::st
     return RunIp("link set " + name + " up") && RunIp("link set " + peer + " up");
 }
 
-bool DeleteLink(const std::string& name) { return RunIp("link del " + name); }
+bool DeleteLink(const std::string& name) {
+    return RunIp("link del " + name);
+}
 
 }  // namespace zptest

@@ -1,14 +1,13 @@
 // main() of the tests that need network interfaces. Before anything else the
 // process moves into a network namespace of its own: interfaces the tests make
 // and every datagram they send stay inside it, never on the machine's network.
+#include <gtest/gtest.h>
 #include <sched.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-#include <gtest/gtest.h>
 
 #include "support/netns.h"
 

@@ -15,7 +15,8 @@ class TempDir {
 public:
     TempDir() {
         const char* base = ::getenv("TMPDIR");
-        std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zp_test_XXXXXX";
+        std::string pattern =
+            std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/zp_test_XXXXXX";
         if (::mkdtemp(pattern.data()) != nullptr) m_path = pattern;
     }
     ~TempDir() {

@@ -52,10 +52,10 @@ TEST(CreateHeader, EqualsTheEncodersHeaderAndRefusesBadArguments) {
         EXPECT_EQ(header.size(), zptest::ScanDataStart(stream.data(), stream.size())) << c[0] << "x" << c[1];
         EXPECT_EQ(header, Bytes(stream.begin(), stream.begin() + std::min(header.size(), stream.size())));
     }
-    EXPECT_EQ(Header(320, 240, 3, 0, 1), Header(320, 240, 3, 75, 1));  // quality 0 means 75
+    EXPECT_EQ(Header(320, 240, 3, 0, 1), Header(320, 240, 3, 75, 1));   // quality 0 means 75
     EXPECT_EQ(Header(320, 240, 1, 80, 0), Header(320, 240, 1, 80, 7));  // grey ignores the sampling
-    const int bad[][5] = {{0, 10, 1, 75, 0},  {10, 0, 1, 75, 0},  {65501, 10, 1, 75, 0}, {10, 10, 2, 75, 0},
-                          {10, 10, 4, 75, 0}, {10, 10, 3, 75, 3}, {10, 10, 3, 75, -1},   {10, 10, 1, -5, 0},
+    const int bad[][5] = {{0, 10, 1, 75, 0},  {10, 0, 1, 75, 0},    {65501, 10, 1, 75, 0}, {10, 10, 2, 75, 0},
+                          {10, 10, 4, 75, 0}, {10, 10, 3, 75, 3},   {10, 10, 3, 75, -1},   {10, 10, 1, -5, 0},
                           {-1, 10, 3, 75, 0}, {10, 70000, 3, 75, 0}};
     for (const auto& b : bad) EXPECT_TRUE(Header(b[0], b[1], b[2], b[3], b[4]).empty()) << "row " << &b - bad;
     unsigned char header[VELLUM_HEADER_MAX];

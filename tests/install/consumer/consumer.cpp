@@ -1,12 +1,12 @@
 // A C++ host built against the installed headers and library.
-#include <cstdio>
-#include <cstring>
-
 #include <zpport/AddressText.h>
 #include <zpport/BorderData.h>
-#include <zpport/PcbaInfo.h>
 #include <zpport/OSLayer.h>
+#include <zpport/PcbaInfo.h>
 #include <zpport/XTrace.h>
+
+#include <cstdio>
+#include <cstring>
 
 int main() {
     char text[64];
