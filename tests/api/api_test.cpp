@@ -38,60 +38,72 @@ int n[2];
 unsigned char y[2];
 _ZP_REGISTER_CONSTRAINT rc[1];
 
-#define ZP_CALL(call, base) {#call, [](H h) { return call; }, base},
+// clang-format off
+#define ZP_CALL(call, base) {#call, [](H h) { return call; }, base}
+// clang-format on
 
 const Case kForwardingCalls[] = {
-    ZP_CALL(PoReset(h), kSends) ZP_CALL(PoEraseMemory(h), kFails) ZP_CALL(PoStopReading(h, -7, 9), kSucceeds)
-        ZP_CALL(PoReadData(h, mem, 1024), kFails) ZP_CALL(PoReadADCMemory(h, mem, 12), kFails)
-            ZP_CALL(PoWriteADCMemory(h, mem, 13), kFails) ZP_CALL(PoGetBufferTrashSize(h, s), kSucceeds)
-                ZP_CALL(PoTrigger(h), kSends) ZP_CALL(PoSetFrameSize(h, 640, 480), kSucceeds)
-                    ZP_CALL(PoWriteCameraName(h, mem), kFails)  // the card never opens
-    ZP_CALL(PoSetAnnouncementCallback(
-                h, [](void*, char*) {}, mem),
-            kSucceeds) ZP_CALL(PoGetPortParameter(h, ZPP_EXPOSURE, w),
-                               kSends) ZP_CALL(PoGetPortBrocParameter(h, ZPP_NONE, w),
-                                               kSends) ZP_CALL(PoReadInfo(h, 5, w, w + 1), kSends)
-        ZP_CALL(PoReadToVideo(h, 1, 2, 3), kSends) ZP_CALL(PoStartGrab(h, 1, 2, 3, 4, 5), kSends) ZP_CALL(
-            PoStopGrab(h, w), kSends) ZP_CALL(PoGetTriggerPos(h, w, w + 1), kSends)
-            ZP_CALL(PoOpenGrab(h, 8, -1, 2), kSucceeds) ZP_CALL(PoCloseGrab(h, -3), kSucceeds) ZP_CALL(
-                PoWriteDACs(h, w, 4), kSucceeds) ZP_CALL(PoReadWriteEEPROM(h, 1, mem, 64), kFails)
-                ZP_CALL(PoReadWriteSensorRegs(h, 0, mem, 32), kFails) ZP_CALL(
-                    PoReadWriteCameraComment(h, 1, mem), kFails) ZP_CALL(PoFlashOperation(h, 6, mem), kSends)
-                    ZP_CALL(PoFlushSensor(h), kFails) ZP_CALL(PoSetConnectionFlag(h, 77), kSucceeds) ZP_CALL(
-                        PoAttach(h), kSends) ZP_CALL(PoGetAddressList(h, 10, 20, w),
-                                                     kFails) ZP_CALL(PoGetTotRecFrames(h, w), kFails)
-                        ZP_CALL(PoConfigureWriteToDisk(h, 2, mem, mem, 0x80), kFails) ZP_CALL(
-                            PoReadRegister(h, 0x1234, w), kSends)
-                            ZP_CALL(PoWriteRegister(h, 0x1FF, 0xDEADBEEF), kSends) ZP_CALL(
-                                PoReadBkgAndPSCBuffers(h, mem, mem, mem, 100, mem, mem, mem, 200),
-                                kFails) ZP_CALL(PoWriteClockSpeed(h, 3, 4, w), kSends)
-                                ZP_CALL(PoReadWriteLookupTable(h, 1, mem, 4096), kSucceeds) ZP_CALL(
-                                    PoDebug(h, 11, 12, mem), kSends) ZP_CALL(PoReadFwInfo(h, mem, 128),
-                                                                             kSucceeds)
-                                    ZP_CALL(PoWriteCurrCalib(h, 1, 2, 3, 4, mem), kSends) ZP_CALL(
-                                        PoReadMemory(h, static_cast<ZP_MEM_TYPE>(3), 0x100, 0x200, mem, 512),
-                                        kSends) ZP_CALL(PoWriteMemory(h, static_cast<ZP_MEM_TYPE>(3), 0x300,
-                                                                      0x400, mem, 256),
-                                                        kSends)
-                                        ZP_CALL(PoSetRegisterConstraints(h, rc, 1), kSucceeds) ZP_CALL(
-                                            PoGetRegisterConstraints(h, rc, w), kSucceeds)
-                                            ZP_CALL(PoPlayBackVideo(h, 1, 2, 3, 4, 5, 6), kSends) ZP_CALL(
-                                                PoPlayBackVideoStatus(h, w, y, y + 1), kSends)
-                                                ZP_CALL(PoSetPllPhase(h, 2, 90), kSends) ZP_CALL(
-                                                    PoConfigureSteps(
-                                                        h, reinterpret_cast<_PROGSTEPS_DATA*>(mem + 1)),
-                                                    kSends) ZP_CALL(PoReadRecordedSegments(h, y, w), kSends)
-                                                    ZP_CALL(PoSetPortParameter(h, 19, 5), kSends)
-                                                        ZP_CALL(PoSendTiming(h, mem), kSends) ZP_CALL(
-                                                            PoGetTime(h, w, n, w + 1, n + 1, w + 2), kSends)
-                                                            ZP_CALL(PoWriteData(h, 1, mem, 1024),
-                                                                    kFails)  // WriteData1
-    ZP_CALL(PoWriteData(h, 0, mem, 1024), kSends)                            // WriteData2
-    ZP_CALL(PoPrepareForRead(h, 1, -5), kSucceeds) ZP_CALL(PoPrepareForRead(h, 0, 5), kSucceeds)
-        ZP_CALL(PoGetStatus(h, 0, w), kFails)  // the 32-bit status
-    ZP_CALL(PoWriteQR52Register(h, 0x7ABCD), kSucceeds)
-        ZP_CALL(PoOpenFlashMemory(h, 0, 0), kFails)  // no card answers
-    ZP_CALL(PoCloseFlashMemory(h), kSucceeds) ZP_CALL(PoReadFlashMemorySize(h, w), kFails)};
+    ZP_CALL(PoReset(h), kSends),
+    ZP_CALL(PoEraseMemory(h), kFails),
+    ZP_CALL(PoStopReading(h, -7, 9), kSucceeds),
+    ZP_CALL(PoReadData(h, mem, 1024), kFails),
+    ZP_CALL(PoReadADCMemory(h, mem, 12), kFails),
+    ZP_CALL(PoWriteADCMemory(h, mem, 13), kFails),
+    ZP_CALL(PoGetBufferTrashSize(h, s), kSucceeds),
+    ZP_CALL(PoTrigger(h), kSends),
+    ZP_CALL(PoSetFrameSize(h, 640, 480), kSucceeds),
+    ZP_CALL(PoWriteCameraName(h, mem), kFails),  // the card never opens
+    ZP_CALL(PoSetAnnouncementCallback(h, nullptr, mem), kSucceeds),
+    ZP_CALL(PoGetPortParameter(h, ZPP_EXPOSURE, w), kSends),
+    ZP_CALL(PoGetPortBrocParameter(h, ZPP_NONE, w), kSends),
+    ZP_CALL(PoReadInfo(h, 5, w, w + 1), kSends),
+    ZP_CALL(PoReadToVideo(h, 1, 2, 3), kSends),
+    ZP_CALL(PoStartGrab(h, 1, 2, 3, 4, 5), kSends),
+    ZP_CALL(PoStopGrab(h, w), kSends),
+    ZP_CALL(PoGetTriggerPos(h, w, w + 1), kSends),
+    ZP_CALL(PoOpenGrab(h, 8, -1, 2), kSucceeds),
+    ZP_CALL(PoCloseGrab(h, -3), kSucceeds),
+    ZP_CALL(PoWriteDACs(h, w, 4), kSucceeds),
+    ZP_CALL(PoReadWriteEEPROM(h, 1, mem, 64), kFails),
+    ZP_CALL(PoReadWriteSensorRegs(h, 0, mem, 32), kFails),
+    ZP_CALL(PoReadWriteCameraComment(h, 1, mem), kFails),
+    ZP_CALL(PoFlashOperation(h, 6, mem), kSends),
+    ZP_CALL(PoFlushSensor(h), kFails),
+    ZP_CALL(PoSetConnectionFlag(h, 77), kSucceeds),
+    ZP_CALL(PoAttach(h), kSends),
+    ZP_CALL(PoGetAddressList(h, 10, 20, w), kFails),
+    ZP_CALL(PoGetTotRecFrames(h, w), kFails),
+    ZP_CALL(PoConfigureWriteToDisk(h, 2, mem, mem, 0x80), kFails),
+    ZP_CALL(PoReadRegister(h, 0x1234, w), kSends),
+    ZP_CALL(PoWriteRegister(h, 0x1FF, 0xDEADBEEF), kSends),
+    ZP_CALL(PoReadBkgAndPSCBuffers(h, mem, mem, mem, 100, mem, mem, mem, 200), kFails),
+    ZP_CALL(PoWriteClockSpeed(h, 3, 4, w), kSends),
+    ZP_CALL(PoReadWriteLookupTable(h, 1, mem, 4096), kSucceeds),
+    ZP_CALL(PoDebug(h, 11, 12, mem), kSends),
+    ZP_CALL(PoReadFwInfo(h, mem, 128), kSucceeds),
+    ZP_CALL(PoWriteCurrCalib(h, 1, 2, 3, 4, mem), kSends),
+    ZP_CALL(PoReadMemory(h, static_cast<ZP_MEM_TYPE>(3), 0x100, 0x200, mem, 512), kSends),
+    ZP_CALL(PoWriteMemory(h, static_cast<ZP_MEM_TYPE>(3), 0x300, 0x400, mem, 256), kSends),
+    ZP_CALL(PoSetRegisterConstraints(h, rc, 1), kSucceeds),
+    ZP_CALL(PoGetRegisterConstraints(h, rc, w), kSucceeds),
+    ZP_CALL(PoPlayBackVideo(h, 1, 2, 3, 4, 5, 6), kSends),
+    ZP_CALL(PoPlayBackVideoStatus(h, w, y, y + 1), kSends),
+    ZP_CALL(PoSetPllPhase(h, 2, 90), kSends),
+    ZP_CALL(PoConfigureSteps(h, reinterpret_cast<_PROGSTEPS_DATA*>(mem + 1)), kSends),
+    ZP_CALL(PoReadRecordedSegments(h, y, w), kSends),
+    ZP_CALL(PoSetPortParameter(h, 19, 5), kSends),
+    ZP_CALL(PoSendTiming(h, mem), kSends),
+    ZP_CALL(PoGetTime(h, w, n, w + 1, n + 1, w + 2), kSends),
+    ZP_CALL(PoWriteData(h, 1, mem, 1024), kFails),  // WriteData1
+    ZP_CALL(PoWriteData(h, 0, mem, 1024), kSends),  // WriteData2
+    ZP_CALL(PoPrepareForRead(h, 1, -5), kSucceeds),
+    ZP_CALL(PoPrepareForRead(h, 0, 5), kSucceeds),
+    ZP_CALL(PoGetStatus(h, 0, w), kFails),  // the 32-bit status
+    ZP_CALL(PoWriteQR52Register(h, 0x7ABCD), kSucceeds),
+    ZP_CALL(PoOpenFlashMemory(h, 0, 0), kFails),  // no card answers
+    ZP_CALL(PoCloseFlashMemory(h), kSucceeds),
+    ZP_CALL(PoReadFlashMemorySize(h, w), kFails),
+};
 
 TEST(ExportedCalls, ForwardingCallsNegateTheBaseDefaultsAndAnswerTwoForANullHandle) {
     for (const auto& [call, run, base] : kForwardingCalls) {
