@@ -77,23 +77,13 @@ SimProcess::SimProcess(const std::vector<std::string>& args) {
 }
 
 SimProcess::~SimProcess() {
-    if (m_pid > 0 && !Terminate(5000)) {
-        ::kill(m_pid, SIGKILL);
-        ::waitpid(m_pid, nullptr, 0);
-    }
-}
-
-std::optional<int> SimProcess::Terminate(int timeoutMs) {
-    if (m_pid <= 0) return std::nullopt;
+    if (m_pid <= 0) return;
     ::kill(m_pid, SIGTERM);
-    const auto deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
-    int status = 0;
-    while (::waitpid(m_pid, &status, WNOHANG) != m_pid) {
-        if (MsLeft(deadline) == 0) return std::nullopt;
+    const auto deadline = Clock::now() + std::chrono::seconds(5);
+    while (::waitpid(m_pid, nullptr, WNOHANG) == 0) {  // 0: still running
+        if (MsLeft(deadline) == 0) ::kill(m_pid, SIGKILL);
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    m_pid = -1;
-    return status;
 }
 
 UdpClient::UdpClient(const std::string& ip, std::uint16_t port) {

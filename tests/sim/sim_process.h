@@ -15,14 +15,12 @@ class SimProcess {
 public:
     // Starts the simulator with these arguments and waits for its "ready" line.
     explicit SimProcess(const std::vector<std::string>& args);
+    // Sends SIGTERM and waits up to five seconds for the exit, then kills.
     ~SimProcess();
     SimProcess(const SimProcess&) = delete;
     SimProcess& operator=(const SimProcess&) = delete;
 
     bool Ready() const { return m_ready; }
-    pid_t Pid() const { return m_pid; }
-    // Sends SIGTERM and waits (at most timeoutMs) for the exit; the exit status, or nothing on time-out.
-    std::optional<int> Terminate(int timeoutMs);
 
 private:
     pid_t m_pid = -1;

@@ -60,34 +60,28 @@ inline std::size_t ScanDataStart(const unsigned char* stream, std::size_t size) 
     return 0;
 }
 
-// A whole stream decoded with libjpeg alone; empty pixels when it warns (a damaged stream).
-struct DecodedJpeg {
-    int width = 0, height = 0, components = 0;
-    std::vector<unsigned char> pixels;
-};
-inline DecodedJpeg DecodeJpeg(const unsigned char* stream, std::size_t size) {
+// A whole stream decoded with libjpeg alone (rows of grey or R, G, B); empty when it warns (a
+// damaged stream).
+inline std::vector<unsigned char> DecodeJpeg(const unsigned char* stream, std::size_t size) {
     jpeg_decompress_struct cinfo;
     jpeg_error_mgr error;
     cinfo.err = jpeg_std_error(&error);
     error.output_message = [](j_common_ptr) {};
     jpeg_create_decompress(&cinfo);
     jpeg_mem_src(&cinfo, stream, static_cast<unsigned long>(size));
-    DecodedJpeg out;
+    std::vector<unsigned char> pixels;
     if (jpeg_read_header(&cinfo, TRUE) == JPEG_HEADER_OK && jpeg_start_decompress(&cinfo)) {
-        out.width = static_cast<int>(cinfo.output_width);
-        out.height = static_cast<int>(cinfo.output_height);
-        out.components = cinfo.output_components;
-        const std::size_t rowLength = static_cast<std::size_t>(out.width) * out.components;
-        out.pixels.resize(rowLength * static_cast<std::size_t>(out.height));
+        const std::size_t rowLength = std::size_t{cinfo.output_width} * cinfo.output_components;
+        pixels.resize(rowLength * cinfo.output_height);
         while (cinfo.output_scanline < cinfo.output_height) {
-            JSAMPROW row = out.pixels.data() + cinfo.output_scanline * rowLength;
+            JSAMPROW row = pixels.data() + cinfo.output_scanline * rowLength;
             jpeg_read_scanlines(&cinfo, &row, 1);
         }
         jpeg_finish_decompress(&cinfo);
     }
-    if (error.num_warnings != 0) out.pixels.clear();
+    if (error.num_warnings != 0) pixels.clear();
     jpeg_destroy_decompress(&cinfo);
-    return out;
+    return pixels;
 }
 
 }  // namespace zptest

@@ -30,13 +30,6 @@ void ReturnTo(int home) {
     std::abort();
 }
 
-// Runs a shell script in the calling thread's namespace; false (and the script on stderr) when it fails.
-bool Run(const std::string& script) {
-    const int rc = std::system(("set -e\n" + script).c_str());
-    if (rc != 0) std::fprintf(stderr, "net fixture: failed (%d):\n%s\n", rc, script.c_str());
-    return rc == 0;
-}
-
 std::string IpBatch(const std::string& commands) {
     return "ip -batch - <<'EOF'\n" + commands + "EOF\n";
 }
@@ -63,9 +56,8 @@ std::string BuildLan(const CameraLan& layout, const NetNamespace& space, bool fi
     std::string host, camera = bridged ? "link add zpbr0 type bridge\n" : "";
     std::vector<std::string> hostLinks, peers;
     for (const auto& a : adapters) {
-        const std::string peer = a.name + "c", mtu = std::to_string(a.mtu);
-        host += "link add " + a.name + " type veth peer name " + peer + "\nlink set " + a.name + " mtu " +
-                mtu + "\nlink set " + peer + " mtu " + mtu + "\n";
+        const std::string peer = a.name + "c", mtu = " mtu " + std::to_string(a.mtu);
+        host += "link add " + a.name + mtu + " type veth peer name " + peer + mtu + "\n";
         if (!a.mac.empty()) host += "link set " + a.name + " address " + a.mac + "\n";
         if (!a.peerMac.empty()) host += "link set " + peer + " address " + a.peerMac + "\n";
         if (!a.cidr.empty()) host += "addr add " + a.cidr + " dev " + a.name + "\n";
@@ -76,33 +68,32 @@ std::string BuildLan(const CameraLan& layout, const NetNamespace& space, bool fi
     }
     camera +=
         "link set lo up\nlink set " + lanInterface + " up\nroute add 224.0.0.0/4 dev " + lanInterface + "\n";
-    for (const auto& ip : layout.cameraIps) {
+    for (const auto& ip : layout.cameraIps)
         camera += "addr add " + ip + "/" + std::to_string(layout.prefix) + " dev " + lanInterface + "\n";
-    }
     if (firstLan) host += "route add 224.0.0.0/4 dev " + adapters[0].name + "\n";
-    if (!Run(IpBatch(host))) return "the host links failed";
+    if (!RunScript(IpBatch(host))) return "the host links failed";
     {
         InsideNamespace inside(space);
         if (!inside.Entered() ||
-            !Run(IpBatch(camera) + AwaitUp({lanInterface}, false) + AwaitUp(peers, bridged)))
+            !RunScript(IpBatch(camera) + AwaitUp({lanInterface}, false) + AwaitUp(peers, bridged)))
             return "the camera side failed";
     }
-    return Run(AwaitUp(hostLinks, false)) ? "" : "the host links did not come up";
+    return RunScript(AwaitUp(hostLinks, false)) ? "" : "the host links did not come up";
 }
 
-std::string StartSimulator(const CameraLan& layout, const NetNamespace& space, const std::string& configPath,
-                           const std::string& logPath, std::unique_ptr<SimProcess>& sim) {
-    {
-        std::ofstream config(configPath);
-        for (std::size_t i = 0; i < layout.cameraIps.size(); ++i) {
-            config << "[camera]\nip=" << layout.cameraIps[i]
-                   << "\naddress=" << unsigned(layout.firstAddress + i)
-                   << "\nserial=" << layout.firstSerial + i << "\n"
-                   << layout.cameraKeys;
-        }
-        if (!config) return "writing " + configPath + " failed";
+// Writes the simulator's configuration to stem.conf and starts it in the LAN's namespace, logging to
+// stem.log.
+std::string StartSimulator(const CameraLan& layout, const NetNamespace& space, const std::string& stem,
+                           std::unique_ptr<SimProcess>& sim) {
+    std::ofstream config(stem + ".conf");
+    for (std::size_t i = 0; i < layout.cameraIps.size(); ++i) {
+        config << "[camera]\nip=" << layout.cameraIps[i] << "\naddress=" << unsigned(layout.firstAddress + i)
+               << "\nserial=" << layout.firstSerial + i << "\n"
+               << layout.cameraKeys;
     }
-    std::vector<std::string> args = {"--config",    configPath,        "--log", logPath,
+    config.close();
+    if (!config) return "writing " + stem + ".conf failed";
+    std::vector<std::string> args = {"--config",    stem + ".conf",    "--log", stem + ".log",
                                      "--multicast", "--multicast-ttl", "1"};
     args.insert(args.end(), layout.simArgs.begin(), layout.simArgs.end());
     InsideNamespace inside(space);
@@ -152,17 +143,15 @@ NetFixture::NetFixture(std::vector<CameraLan> lans) {
         lan.layout = std::move(lans[i]);
         for (const auto& adapter : lan.layout.adapters) m_hostLinks.push_back(adapter.name);
         m_error = BuildLan(lan.layout, lan.space, i == 0);
-        if (m_error.empty() && lan.layout.startSimulator) {
-            const std::string stem = m_files.File("lan" + std::to_string(i));
-            m_error = StartSimulator(lan.layout, lan.space, stem + ".conf", stem + ".log", lan.sim);
-        }
+        if (m_error.empty() && lan.layout.startSimulator)
+            m_error = StartSimulator(lan.layout, lan.space, m_files.File("lan" + std::to_string(i)), lan.sim);
     }
     if (!m_error.empty()) std::fprintf(stderr, "net fixture: %s\n", m_error.c_str());
 }
 
 NetFixture::~NetFixture() {
     for (auto& lan : m_lans) lan->sim.reset();
-    for (const auto& link : m_hostLinks) DeleteLink(link);
+    for (const auto& link : m_hostLinks) RunScript("ip link del " + link);
 }
 
 const NetNamespace& NetFixture::Lan(std::size_t lan) const {

@@ -11,22 +11,17 @@
 
 #include "support/netns.h"
 
-namespace {
-constexpr int kSkipExitCode = 77;  // CTest SKIP_RETURN_CODE
-}
-
 int main(int argc, char** argv) {
     if (unshare(CLONE_NEWNET) != 0) {
-        const int err = errno;
         const bool required = std::getenv("ZP_REQUIRE_NETNS") != nullptr;
         std::fprintf(stderr,
                      "\n*** %s: cannot create a private network namespace: %s.\n"
                      "*** These tests need root (CAP_SYS_ADMIN) and were NOT run.\n\n",
-                     required ? "FAILED" : "SKIPPED", std::strerror(err));
-        return required ? 1 : kSkipExitCode;
+                     required ? "FAILED" : "SKIPPED", std::strerror(errno));
+        return required ? 1 : 77;  // 77: CTest's SKIP_RETURN_CODE
     }
     // Loopback starts down in a fresh namespace.
-    if (!zptest::RunIp("link set lo up")) return 1;
+    if (!zptest::RunScript("ip link set lo up")) return 1;
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

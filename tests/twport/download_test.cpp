@@ -2,7 +2,8 @@
 // byte-exact, JPEG frames decoded (and the returned stream read by plain libjpeg), the border block
 // on the wire and in host order, retries on the next data port with the rate raised and lowered,
 // the give-up after six attempts, the bound of the caller's buffer, the states in which a download
-// is refused or cleared, and hostile segment trains fed straight to the receiver.
+// is refused or cleared, and hostile segment trains (written out byte for byte) fed straight to the
+// receiver.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
@@ -12,7 +13,6 @@
 #include <thread>
 
 #include "frame_source.h"
-#include "segment_train.h"
 #include "support/jpeg_stream.h"
 #include "support/temp_dir.h"
 #include "tw_fixture.h"
@@ -27,14 +27,12 @@ constexpr std::uint32_t kFirst = 1000;  // the recording holds frames 1000..1299
 constexpr std::uint16_t kWidth = 320, kHeight = 240;
 constexpr std::size_t kRaw = std::size_t{kWidth} * kHeight;
 constexpr unsigned char kGuard = 0xEE;
-constexpr const char* kRaisedRate = "#0A89177017700100\\r\\n";  // 6000, as the simulator logs it
-constexpr const char* kBaseRate = "#0A89138813880100\\r\\n";    // 5000
 
 class Port : public TestPort {
 public:
+    using CCamPort::m_dwCameraType;
     using CTWPort::ImageFunction;
     using CTWPort::m_abyBorder;
-    using CTWPort::m_dwState;
     using CTWPort::m_dwTransferActive;
 };
 
@@ -44,17 +42,18 @@ int Count(const std::string& text, const std::string& part) {
     return n;
 }
 
-std::string Rendered(std::uint32_t index, unsigned components) {
-    std::string pixels(kRaw * components, '\0');
-    zpsim::RenderFrame(index, kWidth, kHeight, components, reinterpret_cast<std::uint8_t*>(pixels.data()));
-    return pixels;
-}
-
 double Psnr(const std::string& expected, const unsigned char* actual) {
     double sum = 0;
     for (std::size_t i = 0; i < expected.size(); ++i)
         sum += std::pow(static_cast<unsigned char>(expected[i]) - actual[i], 2);
     return sum == 0 ? 99 : 10 * std::log10(255.0 * 255.0 * static_cast<double>(expected.size()) / sum);
+}
+
+// The rate line (0x89) as the simulator logs it.
+std::string RateLine(unsigned int rate) {
+    char line[40];
+    std::snprintf(line, sizeof line, "#0A89%04X%04X0100\\r\\n", rate, rate);
+    return line;
 }
 
 // The recorded-frame request of an attempt: data ports 1335, 1337, ... for camera address 0x0A.
@@ -66,14 +65,13 @@ std::string Request(std::uint32_t index, int attempt) {
 
 class Download : public ::testing::Test {
 protected:
-    void SetUp() override { Start(12); }
-    void Start(unsigned int cameraType, std::vector<std::string> extra = {}) {
+    // The camera announces its state changes to the port (a replay clears live reads).
+    void SetUp() override {
         ASSERT_TRUE(m_dir.Valid());
-        extra.insert(extra.end(), {"--first-frame", "1000", "--last-frame", "1299"});
-        m_camera = std::make_unique<Camera>(kIp, extra);
+        m_camera.reset(
+            new Camera(kIp, {"--announce-to", kIp, "--first-frame", "1000", "--last-frame", "1299"}));
         ASSERT_TRUE(m_camera->Ready());
-        _ZP_ENUMITEMEX item = ItemFor(kIp);
-        item.cameraType = cameraType;
+        _ZP_ENUMITEMEX item = ItemFor(kIp);                         // camera type 12
         m_port.EnableTrace(9, m_dir.File("trace.log").c_str(), 1);  // before the listener thread starts
         ASSERT_EQ(1u, m_port.Open(&item));
         _CAMERA_SETTINGS settings{};
@@ -96,11 +94,6 @@ protected:
     }
     std::string Frame(std::size_t length) const {
         return std::string(m_buffer.begin(), m_buffer.begin() + static_cast<long>(length));
-    }
-    BORDER_DATA Border() const {
-        BORDER_DATA border;
-        std::memcpy(&border, m_port.m_abyBorder, sizeof border);
-        return border;
     }
     // The trace written since the last call.
     std::string NewTrace() {
@@ -126,21 +119,13 @@ TEST_F(Download, RawFramesArriveByteExactWithTheBorderInHostOrder) {
         EXPECT_TRUE(GuardIntact(kRaw));
         ASSERT_EQ("OK", m_camera->Control("image tone off"));  // camera type 12: still no conversion
     }
-    EXPECT_NE(zpsim::RenderRawFrame(kFirst, kWidth, kHeight, false),
-              zpsim::RenderRawFrame(kFirst + 299, kWidth, kHeight, false));  // a wrong frame would show
-    EXPECT_EQ((std::vector<std::string>{"#0A90\\r\\n", "#0A8700\\r\\n", "#0A9C00000000014000F000\\r\\n",
-                                        "#0A45\\r\\n", Request(kFirst, 0), Request(kFirst + 299, 0)}),
+    EXPECT_EQ((Lines{"#0A90\\r\\n", "#0A8700\\r\\n", "#0A9C00000000014000F000\\r\\n", "#0A45\\r\\n",
+                     Request(kFirst, 0), Request(kFirst + 299, 0)}),
               m_camera->Lines());
-    const BORDER_DATA b = Border();  // packed fields: read by value
-    EXPECT_EQ(2, +b.SensorType);
+    const auto& b = *reinterpret_cast<const BORDER_DATA*>(m_port.m_abyBorder);  // packed: read by value
     EXPECT_EQ(static_cast<int>(kFirst) + 299, +b.FrameNumber);
     EXPECT_EQ(0x00012345u, +b.SerialNumber);
-    EXPECT_EQ(35, +b.Temperature);
-    EXPECT_EQ(kWidth, +b.Width2);
-    EXPECT_EQ(kHeight, +b.Height2);
-    EXPECT_EQ(0, +b.Format);
-    EXPECT_EQ(0, +b.Bytes297[0]);
-    EXPECT_EQ(90, +b.Word301);
+    EXPECT_EQ(kWidth, +b.Width2);  // 16 bits
     EXPECT_EQ(10 << 2, +b.ToneTable[245]);
     EXPECT_EQ(1000u, +b.FrameRate);
     EXPECT_EQ(0, std::memcmp(b.EndMarker, "EoBD", 4));
@@ -152,6 +137,19 @@ TEST_F(Download, RawFramesArriveByteExactWithTheBorderInHostOrder) {
     EXPECT_EQ(1u, m_port.ReadData(m_buffer.data(), 0));
     EXPECT_EQ(0u, m_port.ReadData(m_buffer.data(), 11));
     EXPECT_TRUE(m_camera->Lines().empty());
+    // Camera type 14 puts raw frames through the tone table, unless the camera applied it (byte 297).
+    m_port.m_dwCameraType = 14;
+    const std::string raw = zpsim::RenderRawFrame(kFirst + 4, kWidth, kHeight, false);
+    std::string converted = raw;
+    for (char& c : converted) c = static_cast<char>(b.ToneTable[static_cast<unsigned char>(c)] >> 2);
+    ASSERT_EQ(1u, Read(0, 4, 1, kRaw));
+    EXPECT_EQ(converted, Frame(kRaw));
+    EXPECT_NE(raw, converted);
+    ASSERT_EQ("OK", m_camera->Control("image tone on"));
+    ASSERT_EQ(1u, Read(0, 4, 1, kRaw));
+    EXPECT_EQ(raw, Frame(kRaw));
+    ASSERT_EQ(1u, Read(0, 4, 0, kRaw));  // a JPEG frame of a type other than 12: size suffix 00
+    EXPECT_EQ("#0A9C00000000014000F000\\r\\n", m_camera->Lines().rbegin()[1]);  // before the request
 }
 
 TEST_F(Download, JpegFramesDecodeOrReturnTheirStream) {
@@ -159,10 +157,8 @@ TEST_F(Download, JpegFramesDecodeOrReturnTheirStream) {
         unsigned int live, flags;
         bool colour;
         int subsampling;
-        double psnr;  // at quality 90 against the rendered frame
-    } cases[] = {{0, 0, false, 0, 35},         {0, 0, true, 0, 30}, {0, 0, true, 1, 30},
-                 {0, 0, true, 2, 30},          {0, 4, true, 0, 30}, {0, 4, false, 2, 35},
-                 {0x01000000, 0, false, 0, 35}};  // any word but 0 is live
+    } cases[] = {{0, 0, false, 0}, {0, 0, true, 0},  {0, 0, true, 1},          {0, 0, true, 2},
+                 {0, 4, true, 0},  {0, 4, false, 2}, {0x01000000, 0, false, 0}};  // any word but 0 is live
     m_port.m_dwState[zptw::kFirstFrameIndex] = kFirst;
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << c.live << " " << c.flags << " " << c.colour << c.subsampling);
@@ -172,23 +168,21 @@ TEST_F(Download, JpegFramesDecodeOrReturnTheirStream) {
         m_camera->ClearLog();
         const unsigned components = c.colour ? 3 : 1;
         const std::size_t size = kRaw * components;
+        const double psnr = c.colour ? 30 : 35;  // at quality 90 against the rendered frame
         ASSERT_EQ(1u, Read(c.live, 5, c.flags, size)) << NewTrace();
         EXPECT_TRUE(GuardIntact(size));
-        const std::string expected = Rendered(c.live != 0 ? 0 : kFirst + 5, components);
-        const BORDER_DATA b = Border();
-        EXPECT_EQ(2, +b.Format);
-        EXPECT_EQ(c.colour ? 1 : 2, +b.SensorType);
-        EXPECT_EQ(c.subsampling, +b.Word299);
+        std::string expected(size, '\0');
+        zpsim::RenderFrame(c.live != 0 ? 0 : kFirst + 5, kWidth, kHeight, components,
+                           reinterpret_cast<std::uint8_t*>(&expected[0]));
         if (c.live != 0) {
-            EXPECT_EQ((std::vector<std::string>{"#0A8C010536"}), m_camera->Lines());
+            EXPECT_EQ(Lines{"#0A8C010536"}, m_camera->Lines());
         } else {  // camera type 12: frame-size suffix 01 for decoded frames
-            const std::string sizeLine = std::string("#0A9C00000000014000F00") + (c.flags == 0 ? "1" : "0");
-            EXPECT_EQ(
-                (std::vector<std::string>{"#0A8704\\r\\n", sizeLine + "\\r\\n", Request(kFirst + 5, 0)}),
-                m_camera->Lines());
+            const char* sizeLine =
+                c.flags == 0 ? "#0A9C00000000014000F001\\r\\n" : "#0A9C00000000014000F000\\r\\n";
+            EXPECT_EQ((Lines{"#0A8704\\r\\n", sizeLine, Request(kFirst + 5, 0)}), m_camera->Lines());
         }
         if (c.flags == 0) {
-            EXPECT_GE(Psnr(expected, m_buffer.data()), c.psnr);
+            EXPECT_GE(Psnr(expected, m_buffer.data()), psnr);
             if (c.live == 0) {
                 EXPECT_EQ(0u, Read(0, 5, 0, size - 1));  // the decoded frame must fit
             }
@@ -198,12 +192,9 @@ TEST_F(Download, JpegFramesDecodeOrReturnTheirStream) {
         std::uint32_t length = 0;
         std::memcpy(&length, m_buffer.data(), 4);
         ASSERT_LE(length + 4, size);
-        const DecodedJpeg decoded = DecodeJpeg(m_buffer.data() + 4, length);
-        EXPECT_EQ(kWidth, decoded.width);
-        EXPECT_EQ(kHeight, decoded.height);
-        EXPECT_EQ(static_cast<int>(components), decoded.components);
-        ASSERT_EQ(expected.size(), decoded.pixels.size());
-        EXPECT_GE(Psnr(expected, decoded.pixels.data()), c.psnr);
+        const std::vector<unsigned char> decoded = DecodeJpeg(m_buffer.data() + 4, length);
+        ASSERT_EQ(expected.size(), decoded.size());  // 320 x 240, grey or colour
+        EXPECT_GE(Psnr(expected, decoded.data()), psnr);
         EXPECT_EQ(0u, Read(0, 5, 4, length + 3));  // length word and stream must fit, to the byte
         EXPECT_TRUE(GuardIntact(length + 3));
         EXPECT_EQ(1u, Read(0, 5, 4, length + 4));
@@ -215,7 +206,7 @@ TEST_F(Download, JpegFramesDecodeOrReturnTheirStream) {
 TEST_F(Download, ABadTrainIsRetriedOnTheNextPortWithTheRateRaisedThenLowered) {
     Rate() = 5500;  // half a step above the base: the finished call returns to it
     ASSERT_EQ(1u, Read(0, 0, 1, kRaw));
-    EXPECT_EQ(kBaseRate, m_camera->Lines().back());
+    EXPECT_EQ(RateLine(5000), m_camera->Lines().back());
     const struct {
         const char* fault;
         const char* trace;
@@ -235,16 +226,13 @@ TEST_F(Download, ABadTrainIsRetriedOnTheNextPortWithTheRateRaisedThenLowered) {
         NewTrace();
         ASSERT_EQ(1u, Read(0, 3, 1, kRaw));
         EXPECT_EQ(zpsim::RenderRawFrame(kFirst + 3, kWidth, kHeight, false), Frame(kRaw));
-        std::vector<std::string> expected = {Request(kFirst + 3, 0)};
+        Lines expected = {Request(kFirst + 3, 0)};
         if (c.retried)
-            expected.insert(expected.end(), {kRaisedRate, "#0A86\\r\\n", Request(kFirst + 3, 1), kBaseRate});
+            expected.insert(expected.end(),
+                            {RateLine(6000), "#0A86\\r\\n", Request(kFirst + 3, 1), RateLine(5000)});
         EXPECT_EQ(expected, m_camera->Lines());
         const std::string trace = NewTrace();
-        if (c.retried) {
-            EXPECT_NE(std::string::npos, trace.find(c.trace)) << trace;
-        }
-        EXPECT_EQ(c.retried ? 1 : 0, Count(trace, "ERR: ReadData retrying 1... (NetPerf increased to 6000)"));
-        EXPECT_EQ(c.retried ? 1 : 0, Count(trace, "ERR: ReadData Reducing NetPerf to 5000"));
+        EXPECT_NE(std::string::npos, trace.find(c.trace)) << trace;
         EXPECT_EQ(5000u, Rate());
         EXPECT_EQ(0u, m_port.m_dwTransferActive);
     }
@@ -262,23 +250,15 @@ TEST_F(Download, SixBadTrainsGiveUpAndStreamRequestsNeverTouchTheRate) {
         m_camera->ClearLog();
         NewTrace();
         EXPECT_EQ(0u, Read(0, 0, 1, kRaw));
-        std::vector<std::string> expected;
-        for (unsigned int attempt = 0; attempt < 6; ++attempt) {
-            expected.push_back(Request(kFirst, static_cast<int>(attempt)));
-            if (attempt == 5) break;
-            if (attempt < c.sent.size()) {
-                char rate[40];
-                std::snprintf(rate, sizeof rate, "#0A89%04X%04X0100\\r\\n", c.sent[attempt], c.sent[attempt]);
-                expected.push_back(rate);
-            }
-            expected.push_back("#0A86\\r\\n");
+        Lines expected = {Request(kFirst, 0)};
+        for (unsigned int attempt = 1; attempt < 6; ++attempt) {
+            if (attempt <= c.sent.size()) expected.push_back(RateLine(c.sent[attempt - 1]));
+            expected.insert(expected.end(), {"#0A86\\r\\n", Request(kFirst, static_cast<int>(attempt))});
         }
         EXPECT_EQ(expected, m_camera->Lines());
         const std::string trace = NewTrace();
         EXPECT_EQ(6, Count(trace, "ERR: ImageFunction Out Of Order"));
-        EXPECT_EQ(5, Count(trace, "ERR: ReadData retrying "));
         EXPECT_EQ(1, Count(trace, "ERR: ReaData Cannot receive image..."));
-        EXPECT_EQ(0, Count(trace, "Reducing NetPerf"));
         EXPECT_EQ(c.sent.back(), Rate());
         EXPECT_EQ(0u, m_port.m_dwTransferActive);
     }
@@ -296,8 +276,7 @@ TEST_F(Download, ATrainLongerThanTheBufferNeverWritesPastIt) {
     EXPECT_TRUE(GuardIntact(kRaw));
     std::string trace = NewTrace();
     EXPECT_NE(std::string::npos, trace.find("ERR: ImageFunction image larger than buffer 76800")) << trace;
-    EXPECT_NE(std::string::npos, trace.find("ERR: ReadData = -9"));
-    EXPECT_EQ(1, Count(trace, "#0A88"));  // retrying cannot help
+    EXPECT_NE(std::string::npos, trace.find("ERR: ReadData = -9"));  // retrying cannot help: no second try
     EXPECT_EQ(0u, m_port.m_dwTransferActive);
     // The control channel answers only after the whole train went out, so none of it is left.
     ASSERT_EQ("OK", m_camera->Control("ping"));
@@ -317,7 +296,6 @@ TEST_F(Download, AFailedRequestOrABusyDataPortEndsTheAttemptAtOnce) {
     std::string trace = NewTrace();
     EXPECT_NE(std::string::npos, trace.find("ERR: ReadData bind = -1"));
     EXPECT_NE(std::string::npos, trace.find("ERR: ReadData = -3"));
-    EXPECT_EQ(0, Count(trace, "retrying"));
     m_port.m_dwLinkLost = 1;
     EXPECT_EQ(0u, Read(0, 0, 1, kRaw));
     EXPECT_EQ(0u, Read(1, 0, 0, kRaw));
@@ -330,12 +308,7 @@ TEST_F(Download, AFailedRequestOrABusyDataPortEndsTheAttemptAtOnce) {
     EXPECT_EQ(0u, m_port.m_dwTransferActive);
 }
 
-class ReplayDownload : public Download {
-protected:
-    void SetUp() override { Start(12, {"--announce-to", kIp}); }
-};
-
-TEST_F(ReplayDownload, LiveFramesAreClearedOnceTheCameraReplays) {
+TEST_F(Download, LiveFramesAreClearedOnceTheCameraReplays) {
     // The live train stops after its border; while the port waits for the rest, the camera starts
     // replaying and announces it.
     ASSERT_EQ("OK", m_camera->Control("image truncate 0"));
@@ -348,66 +321,13 @@ TEST_F(ReplayDownload, LiveFramesAreClearedOnceTheCameraReplays) {
     replay.join();
     EXPECT_EQ(std::string(4096, '\0'), Frame(4096));
     EXPECT_TRUE(GuardIntact(4096));
-    EXPECT_EQ((std::vector<std::string>{"#0A8C010536", kRaisedRate, "#0A99\\r\\n", kBaseRate}),
-              m_camera->Lines());
-    const std::string trace = NewTrace();
-    EXPECT_NE(std::string::npos,
-              trace.find("ERR: ImageFunction Select Timeout (1000000) = 0 after 1 segments"));
-    EXPECT_NE(std::string::npos, trace.find("ERR: Status changed to 6")) << trace;
+    EXPECT_EQ((Lines{"#0A8C010536", RateLine(6000), "#0A99\\r\\n", RateLine(5000)}), m_camera->Lines());
+    EXPECT_NE(std::string::npos, NewTrace().find("ERR: Status changed to 6"));
     // Replaying already: cleared at once, nothing sent.
     m_camera->ClearLog();
     EXPECT_EQ(1u, Read(1, 0, 0, 4096));
     EXPECT_EQ(std::string(4096, '\0'), Frame(4096));
     EXPECT_TRUE(m_camera->Lines().empty());
-}
-
-class ToneTableDownload : public Download {
-protected:
-    void SetUp() override { Start(14); }
-};
-
-TEST_F(ToneTableDownload, RawFramesOfCameraType14GoThroughTheTableUnlessTheCameraApplied) {
-    const std::string raw = zpsim::RenderRawFrame(kFirst + 4, kWidth, kHeight, false);
-    ASSERT_EQ(1u, Read(0, 4, 1, kRaw));  // border byte 297 set: no conversion
-    EXPECT_EQ(raw, Frame(kRaw));
-    ASSERT_EQ("OK", m_camera->Control("image tone off"));
-    ASSERT_EQ(1u, Read(0, 4, 1, kRaw));
-    const BORDER_DATA border = Border();
-    std::string converted = raw;
-    for (char& c : converted) c = static_cast<char>(border.ToneTable[static_cast<unsigned char>(c)] >> 2);
-    EXPECT_NE(raw, converted);
-    EXPECT_EQ(converted, Frame(kRaw));
-    ASSERT_EQ(1u, Read(0, 4, 0, kRaw));  // a JPEG frame of a type other than 12: size suffix 00
-    EXPECT_EQ("#0A9C00000000014000F000\\r\\n", m_camera->Lines().at(6));
-}
-
-// The simulator's side as a plain socket sees it: exact datagrams, refused requests, bad commands.
-TEST_F(Download, TheSimulatorsTrainIsExactOnTheWire) {
-    UdpClient client(kIp), data(kIp, 0x052D);
-    const auto ask = [&client](const std::string& line) {
-        return client.Exchange(kIp, 1027, line).value_or("-");
-    };
-    EXPECT_EQ("#0A119C\r\n", ask("#0A9C000000000040002000\r\n"));  // 64 x 32: two segments
-    for (const char* refused : {"#0A88000003E7052D", "#0A8800000514052D", "#0A88000003E80000"})
-        EXPECT_EQ("#0A2188\r\n", ask(refused)) << refused;  // frames 999 and 1300, no data port
-    EXPECT_EQ("#0A1188\r\n", ask("#0A88000004D2052D"));
-    std::vector<std::string> train;
-    for (auto d = data.Receive(2000); d && train.size() < 4; d = data.Receive(500)) train.push_back(*d);
-    ASSERT_EQ(4u, train.size());
-    const std::string pixels = zpsim::RenderRawFrame(1234, 64, 32, false);
-    const std::string& border = train[0];
-    ASSERT_EQ(1036u, border.size());
-    EXPECT_EQ(std::string("\0\0\x05\x80\0\0\0\0", 8), border.substr(0, 8));        // receive hint 1408
-    EXPECT_EQ(std::string("\x02", 1), border.substr(8 + 8, 1));                    // grey sensor
-    EXPECT_EQ("\x04\xD2", border.substr(8 + 30, 2));                               // frame number, big-endian
-    EXPECT_EQ(std::string("\0\0\0\0\0\x40\0\x20", 8), border.substr(8 + 285, 8));  // format 0, 64 x 32
-    EXPECT_EQ(std::string("EoBD\0\0\0\0", 8), border.substr(8 + 1020));
-    EXPECT_EQ(pixels.substr(0, 1400) + std::string("\0\0\0\0\0\0\0\x01", 8), train[1]);
-    EXPECT_EQ(pixels.substr(1400) + std::string("\0\0\0\0\x80\0\0\x02", 8), train[2]);
-    EXPECT_EQ(std::string("\0\0\x08\0\0\0\0\0\x40\0\0\0", 12), train[3]);
-    for (const char* bad : {"image drop 0", "image loss 1.5", "image quality 101", "image explode"})
-        EXPECT_EQ("ERR", m_camera->Control(bad).substr(0, 3)) << bad;
-    EXPECT_FALSE(SimProcess({"--ip", "127.0.0.93", "--image", "quality 101"}).Ready());
 }
 
 // Trains no camera of ours sends, straight into the receiver, with guard bytes behind the buffer.
@@ -419,18 +339,22 @@ TEST(ImageFunction, HostileTrainsFailCleanlyAndNeverWritePastTheBuffer) {
     sockaddr_in local{};
     local.sin_family = AF_INET;
     local.sin_addr.s_addr = inet_addr("127.0.0.94");
-    socklen_t length = sizeof local;
+    local.sin_port = htons(1335);
     ASSERT_EQ(0, ::bind(sock, reinterpret_cast<sockaddr*>(&local), sizeof local));
-    ::getsockname(sock, reinterpret_cast<sockaddr*>(&local), &length);
     UdpClient camera("127.0.0.94");
     std::string block(BORDER_DATA_SIZE, '\0');
     for (std::size_t i = 0; i < block.size(); ++i) block[i] = static_cast<char>(i * 13 + 1);
     const std::string image = zpsim::RenderRawFrame(7, 8, 5, false);
-    // Kinds 00 and 11 are both data; a buffer shorter than the border datagram still gets the block.
-    const std::vector<std::string> good = {
-        zpsim::BorderDatagram(block, 24), image.substr(0, 16) + std::string("\0\0\0\0\xC0\0\0\x01", 8),
-        zpsim::DataDatagram(image.substr(16, 16), 2, false), zpsim::DataDatagram(image.substr(32), 3, true),
-        zpsim::InfoDatagram(40)};
+    // Border (hint: datagrams up to 24 bytes follow), data 1 to 3 (kinds 11 and 00 are both data, 10
+    // marks the last), information (40 bytes). A buffer shorter than the border datagram still gets
+    // the block. Control words big-endian, in the last 4 bytes.
+    const std::string zero(4, '\0');
+    const std::vector<std::string> good = {std::string("\0\0\0\x18", 4) + zero + block + zero,
+                                           image.substr(0, 16) + zero + std::string("\xC0\0\0\x01", 4),
+                                           image.substr(16, 16) + zero + std::string("\0\0\0\x02", 4),
+                                           image.substr(32) + zero + std::string("\x80\0\0\x03", 4),
+                                           std::string("\0\0\0\x28\0\0\0\0\x40\0\0\0", 12)};
+    const std::string big("\0\0\x13\x88\0\0\0\0\x40\0\0\0", 12);  // information: 5000 bytes
     const struct {
         std::size_t capacity;
         int result;
@@ -438,16 +362,16 @@ TEST(ImageFunction, HostileTrainsFailCleanlyAndNeverWritePastTheBuffer) {
         std::vector<std::string> train;
     } cases[] = {{40, 1, "", good},
                  {4096, -2, "ERR: ImageFunction Select Timeout (200000) = 0 after 0 segments", {}},
-                 {3000, -4, "ERR: ImageFunction image larger than buffer 3000", {zpsim::InfoDatagram(5000)}},
+                 {3000, -4, "ERR: ImageFunction image larger than buffer 3000", {big}},
                  {4096, -5, "ERR: ImageFunction bad datagram of 3 bytes", {"xyz"}},
                  {4096, -5, "bad datagram of 504 bytes", {std::string(504, '\0')}},  // a short border
-                 {4096, -5, "bad datagram of 6 bytes", {zpsim::InfoDatagram(0).substr(6)}},
-                 {4096, -5, "bad datagram of 7 bytes", {"abc" + zpsim::DataDatagram("", 1, false).substr(4)}},
+                 {4096, -5, "bad datagram of 6 bytes", {std::string("\0\0\x40\0\0\0", 6)}},
+                 {4096, -5, "bad datagram of 7 bytes", {std::string("abc\0\0\0\x01", 7)}},
                  {4096, -1, "ERR: ImageFunction recvfrom = 0", {""}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.trace);
         std::vector<unsigned char> buffer(c.capacity + 256, kGuard);
-        for (const std::string& d : c.train) ASSERT_TRUE(camera.Send("127.0.0.94", ntohs(local.sin_port), d));
+        for (const std::string& d : c.train) ASSERT_TRUE(camera.Send("127.0.0.94", 1335, d));
         int imageLength = -1;
         EXPECT_EQ(c.result, port.ImageFunction(sock, reinterpret_cast<char*>(buffer.data()),
                                                static_cast<int>(c.capacity), imageLength, 200000));

@@ -10,7 +10,6 @@
 #include <mutex>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "sim/sim_process.h"
@@ -44,7 +43,6 @@ public:
         m_sim = std::make_unique<SimProcess>(args);
     }
     bool Ready() const { return m_dir.Valid() && m_sim->Ready(); }
-    const std::string& Ip() const { return m_ip; }
 
     // The lines received since the last ClearLog, in the simulator's printable form without the
     // address prefix.
@@ -90,7 +88,6 @@ public:
     using CTWPort::m_dwLinkLost;
     using CTWPort::m_dwState;
     using CTWPort::m_hListener;
-    using CTWPort::m_nAnnSocket;
     using CTWPort::m_szCameraAddress;
 
     int Send(const std::string& line, std::string& reply, int timeout = 6000000, int attempts = 1,
@@ -101,10 +98,6 @@ public:
             SendCmdAndGetRsp(buffer, buffer, sizeof buffer, m_szCameraAddress, timeout, attempts, force);
         reply = buffer;
         return result;
-    }
-    void Target(const std::string& ip, unsigned char address) {
-        std::snprintf(m_szCameraAddress, sizeof m_szCameraAddress, "%s", ip.c_str());
-        m_byCameraAddress = address;
     }
 };
 
