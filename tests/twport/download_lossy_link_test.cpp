@@ -45,12 +45,8 @@ TEST(LossyLink, TwoHundredFramesArriveExact) {
     const std::string tracePath = dir.File("trace_0000000009.log");
     port.EnableTrace(9, dir.File("trace.log").c_str(), 1);  // before the listener thread starts
     ASSERT_EQ(1u, port.Open(&item));
-    _CAMERA_SETTINGS settings{};
-    settings.roiWidth = kWidth;
-    settings.roiHeight = kHeight;
-    settings.netPerform = 5000;
-    settings.netSpeed = 1;  // 4000-byte segments, 7 datagrams a frame with border and information
-    ASSERT_EQ(1u, port.WriteData2(&settings, sizeof settings));
+    // Net speed 1: 4000-byte segments, 7 datagrams a frame with border and information.
+    ASSERT_TRUE(port.SetUpDownload(kWidth, kHeight, 1));
 
     // The loss starts once the camera is open and set up, so that only downloads meet it.
     ASSERT_EQ(0, inCamera("tc qdisc add dev zpll0c clsact"));

@@ -74,11 +74,7 @@ protected:
         _ZP_ENUMITEMEX item = ItemFor(kIp);                         // camera type 12
         m_port.EnableTrace(9, m_dir.File("trace.log").c_str(), 1);  // before the listener thread starts
         ASSERT_EQ(1u, m_port.Open(&item));
-        _CAMERA_SETTINGS settings{};
-        settings.roiWidth = kWidth;
-        settings.roiHeight = kHeight;
-        settings.netPerform = 5000;
-        ASSERT_EQ(1u, m_port.WriteData2(&settings, sizeof settings));
+        ASSERT_TRUE(m_port.SetUpDownload(kWidth, kHeight));
         m_camera->ClearLog();
     }
     // The request words, then guard bytes behind the capacity.

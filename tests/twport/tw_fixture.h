@@ -14,6 +14,7 @@
 
 #include "sim/sim_process.h"
 #include "support/temp_dir.h"
+#include "zpport/CameraSettings.h"
 #include "zpport/TWPort.h"
 
 namespace zptest {
@@ -98,6 +99,15 @@ public:
             SendCmdAndGetRsp(buffer, buffer, sizeof buffer, m_szCameraAddress, timeout, attempts, force);
         reply = buffer;
         return result;
+    }
+    // Sets the frame geometry and transfer settings for downloads; true when the upload succeeded.
+    bool SetUpDownload(unsigned short width, unsigned short height, unsigned int netSpeed = 0) {
+        _CAMERA_SETTINGS settings{};
+        settings.roiWidth = width;
+        settings.roiHeight = height;
+        settings.netPerform = 5000;
+        settings.netSpeed = netSpeed;
+        return WriteData2(&settings, sizeof settings) == 1;
     }
 };
 
