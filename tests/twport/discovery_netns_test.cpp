@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -102,8 +103,13 @@ TEST(Discovery, FindsEveryCameraOnTheLinkWithEveryField) {
         // A camera on the camera side's loopback does not hear the link's broadcast.
         NetFixture net({Lan({Adapter("zpt0", 1, 1, 9000)}, 1, cameras, {"--ip", "127.0.0.5"})});
         ASSERT_TRUE(net.Ready()) << net.Error();
+        const auto openFiles = [] {
+            return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+        };
+        const auto files = openFiles();
         unsigned int count = 0;
         const auto items = Enumerate(count);
+        EXPECT_EQ(files, openFiles()) << "every socket of the enumeration is closed";
         ASSERT_EQ(count, static_cast<unsigned int>(cameras));
         for (unsigned int i = 0; i < count; ++i) ExpectCompleteItem(items[i], i, 1, 9000);
         EXPECT_EQ(items[count].infoTag, 0u);  // nothing written past the count

@@ -307,7 +307,7 @@ TEST_P(OpenSequence, SendsTheLinesOfTheCamerasStateAndClosesByItsState) {
     camera.ClearLog();
     const auto start = std::chrono::steady_clock::now();
     port.Close();
-    EXPECT_LT(SecondsSince(start), 1.0);  // the listener ends within about one wait slice
+    EXPECT_LT(SecondsSince(start), 5.0);  // the listener ends after its wait slice, not a keep-alive period
     EXPECT_EQ(colour ? Logged("#0A86") : Lines{}, camera.Lines());  // playback and review end
     // Every descriptor, thread and lock of the open is released.
     EXPECT_EQ(threads, CountEntries("/proc/self/task", threads));
