@@ -1,5 +1,5 @@
 // 200 recorded frames over a lossy, reordering link: the camera sits in a namespace of its own
-// behind a veth link whose camera end drops about 1 % of the packets it sends (a kernel filter,
+// behind a veth link whose camera end drops about 1 % of the image datagrams it sends (a kernel filter,
 // support/link_loss.bpf.c), and the simulator shuffles about 1 % of the segments. Every frame must
 // arrive exact, the retries absorbing the damaged trains.
 #include <arpa/inet.h>
