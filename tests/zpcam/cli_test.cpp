@@ -1,0 +1,150 @@
+// The zpcam program end to end against the simulator: output, files, exit statuses and the lines
+// the camera received. Runs in the test's own network namespace.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+
+#include "support/net_fixture.h"
+#include "twport/tw_fixture.h"
+
+namespace zptest {
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out, err;
+};
+
+Outcome Zpcam(const std::string& args) {
+    TempDir dir;
+    const std::string command =
+        std::string(ZPCAM_PATH) + " " + args + " >" + dir.File("out") + " 2>" + dir.File("err");
+    const int raw = std::system(command.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadFile(dir.File("out")), ReadFile(dir.File("err"))};
+}
+
+// The lines after the open sequence (which ends with command 0x0A).
+Lines AfterOpen(const Camera& camera) {
+    const Lines all = camera.Lines();
+    for (size_t i = all.size(); i-- > 0;) {
+        if (all[i] == "#0A0A0000\\r\\n") return Lines(all.begin() + static_cast<long>(i) + 1, all.end());
+    }
+    return all;
+}
+
+const Lines kReadBack =
+    Logged("#0A90|#0A9F|#0A48|#0A0702|#0A06|#0A40|#0A0E|#0A04|#0A9B|#0A82|#0A84|#0A5D|#0A9E");
+
+TEST(Zpcam, InfoReportsTheCameraAndWritesTheTrace) {
+    Camera camera("127.0.0.61", {"--serial", "4242", "--temperature", "-7", "--frame-capacity", "1234",
+                                 "--first-frame", "10", "--last-frame", "109"});
+    ASSERT_TRUE(camera.Ready());
+    TempDir dir;
+    const Outcome run = Zpcam("info 127.0.0.61 --log " + dir.File("trace.log"));
+    EXPECT_EQ(run.status, 0) << run.err;
+    for (const char* row :
+         {"serial           4242\n", "type             class 12, variant 0", "temperature      -7 C\n",
+          "frame capacity   1234 frames\n", "recorded frames  0-99 (latest frame index 99)\n"})
+        EXPECT_NE(run.out.find(row), std::string::npos) << row << " in\n" << run.out;
+    EXPECT_NE(ReadFile(dir.File("trace_0000008193.log")).find("#0A50"), std::string::npos);
+}
+
+TEST(Zpcam, SettingsGetThenSetSendsNothingAndChangesAreUploaded) {
+    Camera camera("127.0.0.62");
+    ASSERT_TRUE(camera.Ready());
+    TempDir dir;
+    const std::string file = dir.File("s.txt");
+    ASSERT_EQ(Zpcam("settings get 127.0.0.62 -o " + file).status, 0);
+    EXPECT_NE(ReadFile(file).find("\nroiWidth     = 1280 "), std::string::npos) << ReadFile(file);
+    camera.ClearLog();
+    Outcome run = Zpcam("settings set 127.0.0.62 " + file);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "camera 127.0.0.62: settings unchanged\n");
+    EXPECT_EQ(AfterOpen(camera), kReadBack);
+
+    std::ofstream(file) << "# faster\nexposure = 400000\nframes = 500  # frames\n";
+    camera.ClearLog();
+    run = Zpcam("settings set 127.0.0.62 " + file);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("camera 127.0.0.62: exposure 0 -> 400000\n"), std::string::npos) << run.out;
+    const Lines lines = AfterOpen(camera);
+    for (const char* sent : {"#0A0E000001F4\\r\\n", "#0A07010190\\r\\n", "#0A07020190\\r\\n"})
+        EXPECT_NE(std::find(lines.begin(), lines.end(), sent), lines.end()) << sent;
+    EXPECT_NE(Zpcam("settings get 127.0.0.62").out.find("\nframes       = 500 "), std::string::npos);
+}
+
+TEST(Zpcam, FailuresGiveOneLineAndTheirExitStatus) {
+    Camera camera("127.0.0.63", {"--result", "50=12"});
+    ASSERT_TRUE(camera.Ready());
+    TempDir dir;
+    std::ofstream(dir.File("bad.txt")) << "exposure = 1\nexposur = 2\n";
+    const struct {
+        std::string args;
+        int status;
+        std::string err;  // start of standard error
+    } cases[] = {
+        {"", 2, "A subcommand is required"},
+        {"info", 2, "CAMERA is required"},
+        {"set-ip 127.0.0.63 10.0.0.300", 2, "zpcam: NEW-ADDRESS 10.0.0.300: expected an IPv4 address"},
+        {"list --adapter x", 2, "zpcam: --adapter x: not an IPv4 address"},
+        {"info 4242", 3, "zpcam: camera 4242: no camera with this serial number or name answered\n"},
+        {"info 127.0.0.63", 4, "zpcam: camera 127.0.0.63: reading the temperature failed: "},
+        {"settings set 127.0.0.63 " + dir.File("bad.txt"), 5,
+         "zpcam: " + dir.File("bad.txt") + ":2: unknown field 'exposur'\n"},
+        {"settings get 127.0.0.63 -o " + dir.File("no/such/dir"), 5,
+         "zpcam: cannot write " + dir.File("no/such")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.args);
+        camera.ClearLog();
+        const Outcome run = Zpcam(c.args);
+        EXPECT_EQ(run.status, c.status);
+        EXPECT_EQ(run.err.rfind(c.err, 0), 0u) << run.err;
+        if (c.err.find("unknown field") != std::string::npos) {
+            EXPECT_TRUE(camera.Lines().empty());  // a bad file is refused before the camera is opened
+        }
+    }
+}
+
+TEST(Zpcam, SetIpWritesTheAddressWords) {
+    Camera camera("127.0.0.64");
+    ASSERT_TRUE(camera.Ready());
+    const Outcome run = Zpcam("set-ip 127.0.0.64 10.1.2.3/16");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out,
+              "camera 127.0.0.64: address 10.1.2.3 mask 255.255.0.0 (was 127.0.0.1 mask 255.0.0.0)\n");
+    const Lines lines = camera.Lines();
+    const Lines set = Logged("#0A4EFFFF0000|#0A4D0A010203|#0A5F");
+    EXPECT_NE(std::search(lines.begin(), lines.end(), set.begin(), set.end()), lines.end());
+}
+
+// Two cameras behind a veth adapter: discovery lists them and finds one by serial number or name.
+TEST(Zpcam, ListAndLookUpBySerialOrName) {
+    CameraLan lan;
+    lan.adapters = {{"zpcli0", "02:00:00:00:77:01", 1500, "10.77.0.1/24", ""}};
+    lan.cameraIps = {"10.77.0.10", "10.77.0.11"};
+    NetFixture net({lan});
+    ASSERT_TRUE(net.Ready()) << net.Error();
+    Outcome run = Zpcam("list");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("Cam_0001000002          1000002  10.77.0.11       "), std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("10.77.0.1         1500\n2 camera(s)\n"), std::string::npos) << run.out;
+    run = Zpcam("list --json --adapter 10.77.0.1");
+    EXPECT_NE(run.out.find("{\"name\": \"Cam_0001000001\", \"serial\": 1000001, \"ip\": \"10.77.0.10\""),
+              std::string::npos)
+        << run.out;
+    EXPECT_EQ(Zpcam("list --json --adapter 10.78.0.1").out, "[]\n");
+    for (const char* camera : {"1000002", "Cam_0001000002"}) {
+        run = Zpcam(std::string("info ") + camera);
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_NE(run.out.find("camera           Cam_0001000002 at 10.77.0.11\n"), std::string::npos)
+            << run.out;
+    }
+}
+
+}  // namespace
+}  // namespace zptest

@@ -1,0 +1,16 @@
+// Whole-file reads and writes for the tool; failures become file errors naming the path.
+#ifndef ZPCAM_FILE_IO_H
+#define ZPCAM_FILE_IO_H
+
+#include <string>
+
+namespace zpcam {
+
+std::string ReadTextFile(const std::string& path);
+// Writes to a temporary name beside the file and renames it when complete, so the file under its
+// final name is never half written.
+void WriteTextFile(const std::string& path, const std::string& text);
+
+}  // namespace zpcam
+
+#endif  // ZPCAM_FILE_IO_H
