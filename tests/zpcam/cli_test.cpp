@@ -5,10 +5,16 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <future>
+#include <set>
+#include <thread>
 
+#include "frame_source.h"
 #include "support/net_fixture.h"
 #include "twport/tw_fixture.h"
+#include "zpport/BorderXml.h"
 
 namespace zptest {
 namespace {
@@ -119,6 +125,127 @@ TEST(Zpcam, SetIpWritesTheAddressWords) {
     const Lines lines = camera.Lines();
     const Lines set = Logged("#0A4EFFFF0000|#0A4D0A010203|#0A5F");
     EXPECT_NE(std::search(lines.begin(), lines.end(), set.begin(), set.end()), lines.end());
+}
+
+// The camera leaves the recording state by the control channel once the trigger arrived.
+TEST(Zpcam, RecordArmsTriggersAndWaitsForTheRecording) {
+    Camera camera("127.0.0.65", {"--last-frame", "49"});
+    ASSERT_TRUE(camera.Ready());
+    EXPECT_EQ(Zpcam("record 127.0.0.65 --frames 5 --pre-trigger 5").status, 2);
+    const struct {
+        std::string state;  // forced after the trigger
+        int status;
+        std::string text;  // in standard output, or the start of standard error
+    } cases[] = {
+        {"04", 0, "camera 127.0.0.65: recording complete, frames 0-49\n"},
+        {"01", 4, "zpcam: camera 127.0.0.65: waiting for the recording failed: the camera went idle"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.state);
+        ASSERT_EQ(camera.Control("state 01"), "OK");
+        camera.ClearLog();
+        auto run = std::async(std::launch::async, [] {
+            return Zpcam("record 127.0.0.65 --frames 50 --pre-trigger 5 --trigger --wait");
+        });
+        for (int i = 0; i < 100; ++i) {
+            const Lines lines = camera.Lines();
+            if (std::find(lines.begin(), lines.end(), "#0A74\\r\\n") != lines.end()) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        ASSERT_EQ(camera.Control("state " + c.state), "OK");
+        const Outcome outcome = run.get();
+        EXPECT_EQ(outcome.status, c.status) << outcome.err;
+        EXPECT_TRUE(outcome.out.find(c.text) != std::string::npos || outcome.err.rfind(c.text, 0) == 0)
+            << outcome.out << outcome.err;
+        const Lines lines = AfterOpen(camera);
+        const Lines armed = Logged("#0A0E00000032|#0A040000002C|#0A1B|#0A74|#0A40");
+        EXPECT_TRUE(std::equal(armed.begin(), armed.end(), lines.begin())) << ::testing::PrintToString(lines);
+    }
+}
+
+std::set<std::string> Listing(const TempDir& dir) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.Path()))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+int Requests(const Camera& camera) {
+    const Lines lines = camera.Lines();
+    return static_cast<int>(std::count_if(lines.begin(), lines.end(),
+                                          [](const std::string& l) { return l.rfind("#0A88", 0) == 0; }));
+}
+
+// Raw frames byte for byte, their border records in the XML file, --resume fetching only the missing
+// frame, the JPEG stream, and a camera whose frame never arrives whole: exit 4, saved files untouched.
+TEST(Zpcam, DownloadSavesFramesResumesAndKeepsCompleteFilesOnFailure) {
+    Camera camera("127.0.0.66", {"--first-frame", "100", "--last-frame", "109"});
+    ASSERT_TRUE(camera.Ready());
+    TempDir dir;
+    const std::string base = dir.File("127.0.0.66_00000");
+    camera.ClearLog();
+    Outcome run = Zpcam("download 127.0.0.66 --frames 2-6 -o " + dir.Path());
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(Requests(camera), 5);
+    EXPECT_NE(run.out.find("127.0.0.66: 5 frames (0 saved before), 6553600 bytes"), std::string::npos)
+        << run.out;
+    const std::string xml = dir.File("127.0.0.66_000002-000006.xml");
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(ReadFile(base + std::to_string(2 + i) + ".raw"),
+                  zpsim::RenderRawFrame(102 + i, 1280, 1024, false));
+        BORDER_DATA border{};
+        ASSERT_EQ(ReadBorderDataFromXml(xml.c_str(), i, &border, sizeof border), 0u);
+        EXPECT_EQ(int{border.FrameNumber}, 102 + i);  // a copy: the record is packed
+    }
+    ASSERT_TRUE(std::filesystem::remove(base + "3.raw"));
+    camera.ClearLog();
+    run = Zpcam("download 127.0.0.66 --frames 2-6 --resume -o " + dir.Path());
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(camera.Lines().end()[-1].substr(0, 13), "#0A8800000067");  // frame 3 of the recording at 100
+    EXPECT_EQ(Requests(camera), 1);
+    EXPECT_EQ(Listing(dir).size(), 6u);
+    TempDir jpeg;
+    ASSERT_EQ(Zpcam("download 127.0.0.66 --frames 9-9 --format jpeg -o " + jpeg.Path()).status, 0);
+    EXPECT_EQ(ReadFile(jpeg.File("127.0.0.66_000009.jpg")).substr(0, 2), "\xFF\xD8");
+
+    // Segment 1 of the next six trains is lost: frame 5 fails after its six attempts; 2-4 stay as saved.
+    std::filesystem::remove(base + "5.raw");
+    std::filesystem::remove(base + "6.raw");
+    ASSERT_EQ(camera.Control("image drop 1"), "OK");
+    ASSERT_EQ(camera.Control("image fail 6"), "OK");
+    camera.ClearLog();
+    run = Zpcam("download 127.0.0.66 --frames 2-6 --resume -o " + dir.Path());
+    EXPECT_EQ(run.status, 4);
+    EXPECT_EQ(run.err.rfind("zpcam: camera 127.0.0.66: downloading frame 5 failed: ", 0), 0u) << run.err;
+    EXPECT_EQ(Requests(camera), 6);
+    EXPECT_EQ(Listing(dir).size(), 4u);
+    for (int i = 2; i < 5; ++i)
+        EXPECT_EQ(ReadFile(base + std::to_string(i) + ".raw"),
+                  zpsim::RenderRawFrame(100 + i, 1280, 1024, false));
+}
+
+// A camera that stops answering mid-download: after the port's retries (about 40 s) the error line and
+// exit 4, and every frame file left is complete.
+TEST(ZpcamSlow, CameraGoingSilentLeavesOnlyCompleteFiles) {
+    Camera camera("127.0.0.67", {"--last-frame", "999"});
+    ASSERT_TRUE(camera.Ready());
+    TempDir dir;
+    auto run =
+        std::async(std::launch::async, [&dir] { return Zpcam("download 127.0.0.67 -o " + dir.Path()); });
+    for (int i = 0; i < 1000 && Listing(dir).size() < 3; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_EQ(camera.Control("silent on"), "OK");
+    const Outcome outcome = run.get();
+    EXPECT_EQ(outcome.status, 4);
+    EXPECT_EQ(outcome.err.rfind("zpcam: camera 127.0.0.67: downloading frame ", 0), 0u) << outcome.err;
+    EXPECT_NE(outcome.err.find("failed: port error 2008 "), std::string::npos) << outcome.err;
+    const std::set<std::string> names = Listing(dir);
+    EXPECT_GE(names.size(), 3u);
+    for (const auto& name : names) {
+        if (name == "127.0.0.67_000000-000999.xml.journal") continue;
+        ASSERT_EQ(name.substr(0, 11) + name.substr(17), "127.0.0.67_.raw") << name;
+        EXPECT_EQ(ReadFile(dir.File(name)),
+                  zpsim::RenderRawFrame(std::stoul(name.substr(11, 6)), 1280, 1024, false));
+    }
 }
 
 // Two cameras behind a veth adapter: discovery lists them and finds one by serial number or name.

@@ -15,6 +15,8 @@ void AddListCommand(CLI::App& app, Action& action);
 void AddInfoCommand(CLI::App& app, Action& action);
 void AddSettingsCommand(CLI::App& app, Action& action);
 void AddSetIpCommand(CLI::App& app, Action& action);
+void AddRecordCommand(CLI::App& app, Action& action);
+void AddDownloadCommand(CLI::App& app, Action& action);
 
 // --log FILE: the port trace of every camera the subcommand opens.
 inline void AddLogOption(CLI::App& command, std::string& path) {

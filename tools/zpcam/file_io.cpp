@@ -30,10 +30,14 @@ std::string ReadTextFile(const std::string& path) {
 }
 
 void WriteTextFile(const std::string& path, const std::string& text) {
+    WriteBinaryFile(path, text.data(), text.size());
+}
+
+void WriteBinaryFile(const std::string& path, const void* data, std::size_t size) {
     const std::string temporary = path + ".part" + std::to_string(::getpid());
     std::FILE* file = std::fopen(temporary.c_str(), "wb");
     if (file == nullptr) FileFailure("cannot write", path);
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    const bool written = std::fwrite(data, 1, size, file) == size;
     const int savedErrno = errno;
     if (std::fclose(file) != 0 || !written) {
         if (!written) errno = savedErrno;

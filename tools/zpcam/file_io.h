@@ -2,6 +2,7 @@
 #ifndef ZPCAM_FILE_IO_H
 #define ZPCAM_FILE_IO_H
 
+#include <cstddef>
 #include <string>
 
 namespace zpcam {
@@ -10,6 +11,7 @@ std::string ReadTextFile(const std::string& path);
 // Writes to a temporary name beside the file and renames it when complete, so the file under its
 // final name is never half written.
 void WriteTextFile(const std::string& path, const std::string& text);
+void WriteBinaryFile(const std::string& path, const void* data, std::size_t size);
 
 }  // namespace zpcam
 

@@ -1,4 +1,4 @@
-// zpcam: find and configure cameras from the command line.
+// zpcam: find, configure, record and download from cameras from the command line.
 #include <cstdio>
 
 #include "commands.h"
@@ -6,7 +6,7 @@
 
 int main(int argc, char** argv) {
     CLI::App app(
-        "zpcam: find, inspect and configure TW cameras over Ethernet.\n"
+        "zpcam: find, inspect, configure, record and download from TW cameras over Ethernet.\n"
         "CAMERA is an IPv4 address (opened directly) or a serial number or camera name (found by "
         "discovery).",
         "zpcam");
@@ -17,6 +17,8 @@ int main(int argc, char** argv) {
     zpcam::AddInfoCommand(app, action);
     zpcam::AddSettingsCommand(app, action);
     zpcam::AddSetIpCommand(app, action);
+    zpcam::AddRecordCommand(app, action);
+    zpcam::AddDownloadCommand(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {
