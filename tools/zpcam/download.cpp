@@ -40,6 +40,8 @@ constexpr auto kPlainInterval = std::chrono::seconds(5);
 struct DownloadOptions {
     std::vector<std::string> cameras;
     std::string frames, format = "raw", dir = ".", log;
+    bool range = false;  // --frames given: first and last hold it
+    unsigned int first = 0, last = 0;
     bool resume = false;
 };
 
@@ -118,12 +120,9 @@ std::map<unsigned int, BORDER_DATA> SavedRecords(const std::string& xml, const s
 }
 
 void WriteXml(const std::string& path, const std::vector<BORDER_DATA>& records) {
-    const std::string temporary = path + ".part" + std::to_string(::getpid());
-    if (WriteBorderDataToXml(temporary.c_str(), records.data(), static_cast<int>(records.size())) != 0 ||
-        std::rename(temporary.c_str(), path.c_str()) != 0) {
-        std::remove(temporary.c_str());
-        throw ToolError(kExitFile, "cannot write " + path);
-    }
+    WriteThroughTemporary(path, [&records](const std::string& temporary) {
+        return WriteBorderDataToXml(temporary.c_str(), records.data(), static_cast<int>(records.size())) == 0;
+    });
 }
 
 void Download(Job& job, const DownloadOptions& o) {
@@ -133,8 +132,7 @@ void Download(Job& job, const DownloadOptions& o) {
     camera.Check(PoReadFlashMemoryBlocks(port, 0, 0, &settings), "reading the settings");
     unsigned int latest = 0;
     camera.Check(PoGetLatestFrameIndex(port, &latest), "reading the recorded frame range");
-    unsigned int first = 0, last = latest;
-    if (!o.frames.empty()) ParseRange(o.frames, first, last);
+    const unsigned int first = o.range ? o.first : 0, last = o.range ? o.last : latest;
     if (last > latest)
         throw ToolError(kExitUsage, job.ref.label + ": --frames " + o.frames +
                                         " is outside the recording 0-" + std::to_string(latest));
@@ -227,9 +225,9 @@ std::string ProgressLine(const Job& job, bool summary) {
     return text;
 }
 
-int RunDownload(const DownloadOptions& o) {
-    unsigned int first = 0, last = 0;
-    if (!o.frames.empty() && !ParseRange(o.frames, first, last))
+int RunDownload(DownloadOptions& o) {
+    o.range = !o.frames.empty();
+    if (o.range && !ParseRange(o.frames, o.first, o.last))
         throw ToolError(kExitUsage, "--frames " + o.frames + ": expected FIRST-LAST, e.g. 0-99");
     if (::access(o.dir.c_str(), W_OK) != 0)
         throw ToolError(kExitFile, "cannot write into " + o.dir + ": " + std::strerror(errno));

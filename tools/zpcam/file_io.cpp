@@ -34,24 +34,22 @@ void WriteTextFile(const std::string& path, const std::string& text) {
 }
 
 void WriteBinaryFile(const std::string& path, const void* data, std::size_t size) {
+    WriteThroughTemporary(path, [&](const std::string& temporary) {
+        std::FILE* file = std::fopen(temporary.c_str(), "wb");
+        if (file == nullptr) return false;
+        const bool written = std::fwrite(data, 1, size, file) == size;
+        return std::fclose(file) == 0 && written;
+    });
+}
+
+void WriteThroughTemporary(const std::string& path, const std::function<bool(const std::string&)>& write) {
     const std::string temporary = path + ".part" + std::to_string(::getpid());
-    std::FILE* file = std::fopen(temporary.c_str(), "wb");
-    if (file == nullptr) FileFailure("cannot write", path);
-    const bool written = std::fwrite(data, 1, size, file) == size;
-    const int savedErrno = errno;
-    if (std::fclose(file) != 0 || !written) {
-        if (!written) errno = savedErrno;
-        const int reason = errno;
-        std::remove(temporary.c_str());
-        errno = reason;
-        FileFailure("cannot write", path);
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        const int reason = errno;
-        std::remove(temporary.c_str());
-        errno = reason;
-        FileFailure("cannot write", path);
-    }
+    errno = 0;
+    if (write(temporary) && std::rename(temporary.c_str(), path.c_str()) == 0) return;
+    const int reason = errno;
+    std::remove(temporary.c_str());
+    errno = reason;
+    FileFailure("cannot write", path);
 }
 
 }  // namespace zpcam

@@ -3,6 +3,7 @@
 #define ZPCAM_FILE_IO_H
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 namespace zpcam {
@@ -12,6 +13,8 @@ std::string ReadTextFile(const std::string& path);
 // final name is never half written.
 void WriteTextFile(const std::string& path, const std::string& text);
 void WriteBinaryFile(const std::string& path, const void* data, std::size_t size);
+// The same for any writer: `write` fills the temporary file it is given and says whether it succeeded.
+void WriteThroughTemporary(const std::string& path, const std::function<bool(const std::string&)>& write);
 
 }  // namespace zpcam
 

@@ -2,7 +2,6 @@
 // holds its recording. The cameras are armed one after another first, so that they are all ready
 // before the first trigger.
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <thread>
@@ -17,12 +16,6 @@
 namespace zpcam {
 
 namespace {
-
-volatile std::sig_atomic_t g_interrupted = 0;
-
-extern "C" void OnInterrupt(int) {
-    g_interrupted = 1;
-}
 
 constexpr unsigned int kStateIdle = 1;
 constexpr unsigned int kStateStored = 4;
@@ -89,18 +82,6 @@ int RunRecord(const RecordOptions& o) {
 }
 
 }  // namespace
-
-void CatchInterrupt() {
-    struct sigaction action {};
-    action.sa_handler = OnInterrupt;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-}
-
-bool Interrupted() {
-    return g_interrupted != 0;
-}
 
 void AddRecordCommand(CLI::App& app, Action& action) {
     auto o = std::make_shared<RecordOptions>();
