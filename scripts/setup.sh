@@ -10,6 +10,7 @@ PACKAGES=(
   build-essential cmake pkg-config   # tool chain
   googletest libgtest-dev libgmock-dev libbenchmark-dev  # tests and benchmarks
   libjpeg62-turbo-dev libpng-dev libcli11-dev  # imaging layer, tools
+  help2man                           # man pages of the programs, made from their --help
   iputils-ping                       # the OS layer pings through the system ping program
   iproute2 util-linux                # ip and unshare for the network-namespace tests
   clang                              # the kernel packet filter of the lossy-link test

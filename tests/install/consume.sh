@@ -47,4 +47,18 @@ run "$work/consumer_pc"
 cmake -S "$src" -B "$work/cm" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/cm" >/dev/null
 run "$work/cm/consumer"
+
+# 3. The programs and their man pages. The installed zpcam finds the installed library through
+# its RUNPATH, without LD_LIBRARY_PATH.
+for f in bin/zpcam bin/zpcam-sim share/man/man1/zpcam.1 share/man/man1/zpcam-sim.1; do
+  [ -s "$prefix/$f" ] || fail "$f is not installed"
+done
+grep -q '^\.TH ZPCAM ' "$prefix/share/man/man1/zpcam.1" || fail "zpcam.1 is no man page"
+loaded=$(env -u LD_LIBRARY_PATH ldd "$prefix/bin/zpcam" | sed -n 's/.*libZpPortTW\.so\.2 => \([^ ]*\).*/\1/p')
+[ "$(realpath -m "$loaded")" = "$(realpath "$libdir/libZpPortTW.so.2")" ] \
+  || fail "installed zpcam loads libZpPortTW.so.2 from '$loaded', not from the prefix"
+for env in "env -u LD_LIBRARY_PATH" "env LD_LIBRARY_PATH=$libdir"; do
+  usage=$($env "$prefix/bin/zpcam" --help) || fail "$env zpcam --help exits with status $?"
+  grep -q '^Usage: .*zpcam \[OPTIONS\] SUBCOMMAND' <<<"$usage" || fail "zpcam --help prints no usage line"
+done
 echo "install_consume: ok"

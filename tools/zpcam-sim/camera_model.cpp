@@ -35,6 +35,13 @@ void CameraModel::StopRecording() {
     m_state = static_cast<std::uint8_t>(HasFrames() ? CameraState::kStored : CameraState::kIdle);
 }
 
+void CameraModel::FinishRecording() {
+    if (!IsIn(CameraState::kRecording)) return;
+    if (settings.sessionLength.value_or(0) != 0)
+        m_identity.lastFrame = m_identity.firstFrame + *settings.sessionLength - 1;
+    m_state = static_cast<std::uint8_t>(CameraState::kStored);
+}
+
 void CameraModel::EndPlayback() {
     if (IsIn(CameraState::kPlayback) || IsIn(CameraState::kReview)) {
         m_state = static_cast<std::uint8_t>(CameraState::kStored);

@@ -72,6 +72,8 @@ public:
     // Erase the memory; false when it was already empty.
     bool EraseMemory();
     void AddFrames(std::uint32_t count);  // frames recorded while armed/recording
+    // A running recording completes: memory holds the session length set by 0x0E (else what it held).
+    void FinishRecording();
     bool HasFrames() const { return m_identity.lastFrame != m_identity.firstFrame; }
 
     void SetClock(int hour, int minute, int second);

@@ -1,5 +1,6 @@
 // zpcam-sim: plays one or more cameras on UDP port 1027 of the given IPv4 addresses.
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <map>
@@ -119,12 +120,18 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--multicast-ttl", options.server.announce.multicastTtl,
                    "TTL of multicast announcements (default 0: this host only)")
         ->check(CLI::Range(0, 1));
-    app.add_flag("--no-discovery", [&options](std::int64_t) { options.server.discovery.enabled = false; },
-                 "do not answer discovery broadcasts");
+    app.add_flag(
+        "--no-discovery", [&options](std::int64_t) { options.server.discovery.enabled = false; },
+        "do not answer discovery broadcasts");
     app.add_option("--binary-type", options.server.discovery.binaryType,
                    "answer the binary discovery request with this camera type (default 0: no answer)");
     app.add_option("--binary-model", options.server.discovery.binaryModel, "model value of binary answers");
     app.add_option("--command-port", options.server.commandPort, "command port");
+    app.add_option_function<unsigned int>(
+        "--record-time",
+        [&options](unsigned int ms) { options.server.recordTime = std::chrono::milliseconds(ms); },
+        "a triggered recording completes after this many ms, holding the frames set by 0x0E (default 0: "
+        "only when stopped)");
     app.add_option("--control-port", options.server.controlPort, "control channel port on the first camera");
     app.add_flag("--silent", options.faults.silent, "never answer");
     app.add_option("--result", options.results, "answer a command with a result code: CC=RR (hex)");

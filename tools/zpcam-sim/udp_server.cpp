@@ -144,7 +144,8 @@ void UdpServer::ServeCommand(SimCamera& camera) {
         return;  // not a line for this camera: a real camera stays silent too
     }
     auto result = m_handlers.Dispatch(camera.model, *command);
-    Reply(camera, sender, *command, result ? *result : HandlerResult{kResultUnknownCommand, {}, std::nullopt});
+    Reply(camera, sender, *command,
+          result ? *result : HandlerResult{kResultUnknownCommand, {}, std::nullopt});
 }
 
 void UdpServer::Reply(SimCamera& camera, const sockaddr_in& sender, const Command& command,
@@ -156,15 +157,17 @@ void UdpServer::Reply(SimCamera& camera, const sockaddr_in& sender, const Comman
     if (decision.result) {
         result.result = *decision.result;
     }
-    std::string reply = decision.raw ? *decision.raw
-                                     : FormatReply(camera.model.Address(), result.result, command.code, result.data);
+    std::string reply = decision.raw
+                            ? *decision.raw
+                            : FormatReply(camera.model.Address(), result.result, command.code, result.data);
     auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(decision.delayMs);
     m_pending.push_back(PendingReply{due, camera.commandSocket, sender, std::move(reply)});
     if (result.train) {
         sockaddr_in dataDestination = sender;
         dataDestination.sin_port = htons(result.train->port);
         for (auto& datagram : result.train->datagrams) {
-            m_pending.push_back(PendingReply{due, camera.commandSocket, dataDestination, std::move(datagram)});
+            m_pending.push_back(
+                PendingReply{due, camera.commandSocket, dataDestination, std::move(datagram)});
         }
     }
 }
@@ -179,6 +182,16 @@ void UdpServer::FlushDueReplies() {
         }
     }
     m_pending.erase(std::remove_if(m_pending.begin(), m_pending.end(), isDue), m_pending.end());
+}
+
+void UdpServer::EndRecordings() {
+    if (m_options.recordTime.count() == 0) return;
+    const auto now = std::chrono::steady_clock::now();
+    for (auto& camera : m_cameras) {
+        if (!camera.model.IsIn(CameraState::kRecording)) continue;
+        if (camera.announcedState != camera.model.State()) camera.triggered = now;  // just triggered
+        if (now - camera.triggered >= m_options.recordTime) camera.model.FinishRecording();
+    }
 }
 
 void UdpServer::AnnounceChanges() {
@@ -248,6 +261,7 @@ void UdpServer::Run(const volatile std::sig_atomic_t& stop) {
                 ServeControl();
             }
         }
+        EndRecordings();
         AnnounceChanges();
         FlushDueReplies();
     }

@@ -27,6 +27,7 @@ struct SimCamera {
     Announcer announcer;
     std::uint8_t announcedState;
     int commandSocket = -1;
+    std::chrono::steady_clock::time_point triggered;  // when the running recording began
 };
 
 struct ServerOptions {
@@ -35,6 +36,8 @@ struct ServerOptions {
     std::uint16_t commandPort = 1027;
     std::uint16_t controlPort = 0;  // run-time control channel on the first camera's address; 0: none
     DiscoveryOptions discovery;
+    // A triggered recording ends on its own after this time (0: only by a command or the control channel).
+    std::chrono::milliseconds recordTime{0};
 };
 
 class UdpServer {
@@ -64,6 +67,7 @@ private:
     void ServeDiscovery(int socket);
     void Reply(SimCamera& camera, const sockaddr_in& sender, const Command& command, HandlerResult result);
     void AnnounceChanges();
+    void EndRecordings();
     void FlushDueReplies();
     int PollTimeoutMs() const;
     void Log(const SimCamera& camera, const std::string& datagram);

@@ -17,6 +17,7 @@ void AddSettingsCommand(CLI::App& app, Action& action);
 void AddSetIpCommand(CLI::App& app, Action& action);
 void AddRecordCommand(CLI::App& app, Action& action);
 void AddDownloadCommand(CLI::App& app, Action& action);
+void AddLiveCommand(CLI::App& app, Action& action);
 
 // --log FILE: the port trace of every camera the subcommand opens.
 inline void AddLogOption(CLI::App& command, std::string& path) {

@@ -22,6 +22,9 @@
 #include "exit_codes.h"
 #include "file_io.h"
 #include "interrupt.h"
+#include "png_file.h"
+#include "sequence_files.h"
+#include "work_queue.h"
 #include "zpport/BorderXml.h"
 #include "zpport/CameraSettings.h"
 
@@ -36,10 +39,11 @@ constexpr unsigned int kReadUncompressed = 0x01, kReadBorderOnly = 0x02, kReadJp
 constexpr unsigned int kJpegRoom = 65536;  // header and headroom beyond three bytes per pixel
 constexpr auto kTerminalInterval = std::chrono::milliseconds(500);
 constexpr auto kPlainInterval = std::chrono::seconds(5);
+constexpr unsigned int kFrameRetries = 3;  // requests of a frame beyond the first, while the camera answers
 
 struct DownloadOptions {
     std::vector<std::string> cameras;
-    std::string frames, format = "raw", dir = ".", log;
+    std::string frames, format = "png", dir = ".", log;
     bool range = false;  // --frames given: first and last hold it
     unsigned int first = 0, last = 0;
     bool resume = false;
@@ -48,7 +52,7 @@ struct DownloadOptions {
 // One camera's download, shared between its thread and the progress display.
 struct Job {
     CameraRef ref;
-    std::atomic<unsigned int> done{0}, skipped{0}, total{0}, failed{0};
+    std::atomic<unsigned int> done{0}, skipped{0}, total{0}, failed{0}, retries{0};
     std::atomic<unsigned long long> bytes{0};
     std::atomic<bool> finished{false};
     // Held for each transfer. The port takes the data port from the camera's address byte and the
@@ -70,62 +74,27 @@ bool ParseRange(const std::string& text, unsigned int& first, unsigned int& last
     return text.find_first_not_of("0123456789-") == std::string::npos;
 }
 
-// The camera's part of every file name: its name when discovery found it, else its address.
-std::string FilePrefix(const CameraRef& ref) {
-    std::string prefix =
-        ref.discovered && ref.item.cameraName[0] != '\0' ? ref.item.cameraName : ref.item.ipText;
-    for (char& c : prefix) {
-        if (!std::isalnum(static_cast<unsigned char>(c)) && c != '-' && c != '.' && c != '_') c = '_';
-    }
-    return prefix;
-}
-
-std::string Padded(unsigned int value, int digits) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%0*u", digits, value);
-    return text;
-}
-
-bool Exists(const std::string& path) {
-    return ::access(path.c_str(), F_OK) == 0;
-}
-
-struct JournalEntry {
-    std::uint32_t frame;
-    BORDER_DATA border;
-};
-
-// The border records of frames saved earlier: the finished XML file of the same range (its frames in
-// order from the first), then the journal of an interrupted run (complete entries only).
-std::map<unsigned int, BORDER_DATA> SavedRecords(const std::string& xml, const std::string& journal,
-                                                 unsigned int first, unsigned int last) {
-    std::map<unsigned int, BORDER_DATA> records;
-    if (Exists(xml)) {
-        const std::string text = ReadTextFile(xml);
-        unsigned int frames = 0;
-        for (auto at = text.find("</Frame>"); at != std::string::npos; at = text.find("</Frame>", at + 1))
-            ++frames;
-        for (unsigned int i = 0; i < frames && first + i <= last; ++i) {
-            BORDER_DATA border{};
-            if (ReadBorderDataFromXml(xml.c_str(), static_cast<int>(i), &border, sizeof border) == 0)
-                records[first + i] = border;
+// PoReadData of `frame` into the buffer, with the request words written first. The port already
+// retries a damaged transfer; when it still fails and the camera answers a status request, the tool
+// asks for the frame again, a few times.
+unsigned int ReadFrame(Job& job, ZP_PORT_HANDLE port, std::vector<unsigned char>& buffer, unsigned int frame,
+                       unsigned int flags) {
+    unsigned int result = 1;
+    for (unsigned int attempt = 0; attempt <= kFrameRetries && !Interrupted(); ++attempt) {
+        if (attempt > 0) {
+            unsigned int status = 0;
+            if (PoGetStatus(port, 0, &status) != 0) break;  // the camera no longer answers
+            ++job.retries;
         }
+        const unsigned int request[3] = {0, frame, flags};
+        std::memcpy(buffer.data(), request, sizeof request);
+        result = PoReadData(port, buffer.data(), static_cast<unsigned int>(buffer.size()));
+        if (result == 0) break;
     }
-    if (std::FILE* file = std::fopen(journal.c_str(), "rb")) {
-        JournalEntry entry;
-        while (std::fread(&entry, sizeof entry, 1, file) == 1) records[entry.frame] = entry.border;
-        std::fclose(file);
-    }
-    return records;
+    return result;
 }
 
-void WriteXml(const std::string& path, const std::vector<BORDER_DATA>& records) {
-    WriteThroughTemporary(path, [&records](const std::string& temporary) {
-        return WriteBorderDataToXml(temporary.c_str(), records.data(), static_cast<int>(records.size())) == 0;
-    });
-}
-
-void Download(Job& job, const DownloadOptions& o) {
+void Download(Job& job, const DownloadOptions& o, WorkQueue& encoders) {
     const OpenCamera camera(job.ref, o.log);
     ZP_PORT_HANDLE port = camera.Handle();
     _CAMERA_SETTINGS settings{};
@@ -139,36 +108,27 @@ void Download(Job& job, const DownloadOptions& o) {
     const std::size_t pixels =
         std::size_t{settings.roiWidth} * (settings.binning + 1) * settings.roiHeight * (settings.binning + 1);
     if (pixels == 0) throw ToolError(kExitCamera, job.ref.label + ": the camera reports an empty frame size");
-    const bool jpeg = o.format == "jpeg";
+    const bool jpeg = o.format == "jpeg", png = o.format == "png";
     const unsigned int flags = jpeg ? kReadJpegStream : kReadUncompressed;
     const std::size_t size = jpeg ? pixels * 3 + kJpegRoom : std::max<std::size_t>(pixels, 12);
     std::vector<unsigned char> buffer(size);
 
-    const int digits = std::max<int>(6, static_cast<int>(std::to_string(last).size()));
-    const std::string base = o.dir + "/" + FilePrefix(job.ref) + "_";
-    const std::string xml = base + Padded(first, digits) + "-" + Padded(last, digits) + ".xml";
-    const std::string journalPath = xml + ".journal";
-    std::map<unsigned int, BORDER_DATA> records;
-    if (o.resume) records = SavedRecords(xml, journalPath, first, last);
-    // Opened when the first frame is saved; a run without --resume starts a new journal.
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> journal(nullptr, std::fclose);
-
+    SequenceFiles files(o.dir, job.ref, first, last, "." + (jpeg ? std::string("jpg") : o.format), o.resume);
+    TaskGroup encoding;  // declared after `files`: its destructor waits for the encoders using them
     job.total = last - first + 1;
     for (unsigned int frame = first; frame <= last; ++frame) {
-        const std::string path = base + Padded(frame, digits) + (jpeg ? ".jpg" : ".raw");
-        if (o.resume && records.count(frame) != 0 && Exists(path)) {
+        if (files.Saved(frame)) {
             ++job.done;
             ++job.skipped;
             continue;
         }
         if (Interrupted()) throw ToolError(kExitInterrupted, job.ref.label + ": interrupted");
-        const unsigned int request[3] = {0, frame, flags};
-        std::memcpy(buffer.data(), request, sizeof request);
+        encoding.RethrowError();
         const std::string step = "downloading frame " + std::to_string(frame);
         BORDER_DATA border{};
         {
             const std::lock_guard<std::mutex> transfer(*job.adapterLock);
-            const unsigned int result = PoReadData(port, buffer.data(), static_cast<unsigned int>(size));
+            const unsigned int result = ReadFrame(job, port, buffer, frame, flags);
             if (result != 0) ++job.failed;
             camera.Check(result, step);
             const unsigned int borderRequest[3] = {0, 0, kReadBorderOnly};
@@ -188,21 +148,31 @@ void Download(Job& job, const DownloadOptions& o) {
             throw ToolError(kExitCamera,
                             job.ref.label + ": " + step + ": the frame is larger than the settings say");
         }
-        WriteBinaryFile(path, data, length);
-        if (!journal) journal.reset(std::fopen(journalPath.c_str(), o.resume ? "ab" : "wb"));
-        const JournalEntry entry{frame, border};
-        if (!journal || std::fwrite(&entry, sizeof entry, 1, journal.get()) != 1 ||
-            std::fflush(journal.get()) != 0)
-            throw ToolError(kExitFile, "cannot write " + journalPath + ": " + std::strerror(errno));
-        records[frame] = border;
         job.bytes += length;
-        ++job.done;
+        const std::string path = files.FramePath(frame);
+        if (!png) {
+            WriteBinaryFile(path, data, length);
+            files.Record(frame, border);
+            ++job.done;
+            continue;
+        }
+        // The pixels go to an encoder thread while the next frame downloads into the buffer.
+        auto pixelsCopy = std::make_shared<std::vector<unsigned char>>(data, data + length);
+        encoding.Started();
+        encoders.Submit([&job, &files, &encoding, path, frame, border, pixelsCopy] {
+            try {
+                WritePngFile(path, pixelsCopy->data(), border.Width2, border.Height2, 1);
+                files.Record(frame, border);
+                ++job.done;
+                encoding.Finished();
+            } catch (...) {
+                encoding.Finished(std::current_exception());
+            }
+        });
     }
-    std::vector<BORDER_DATA> sequence;
-    for (unsigned int frame = first; frame <= last; ++frame) sequence.push_back(records[frame]);
-    WriteXml(xml, sequence);
-    journal.reset();
-    std::remove(journalPath.c_str());
+    encoding.Wait();
+    encoding.RethrowError();
+    files.Finish();
 }
 
 std::string ProgressLine(const Job& job, bool summary) {
@@ -212,15 +182,16 @@ std::string ProgressLine(const Job& job, bool summary) {
     char text[256];
     if (summary) {
         std::snprintf(text, sizeof text,
-                      "%s: %u frames (%u saved before), %llu bytes, %.2f s, %.1f MB/s, %u failed frames",
+                      "%s: %u frames (%u saved before), %llu bytes, %.2f s, %.1f MB/s, %u retries, %u failed "
+                      "frames",
                       job.ref.label.c_str(), job.done.load(), job.skipped.load(), job.bytes.load(), seconds,
-                      mbps, job.failed.load());
+                      mbps, job.retries.load(), job.failed.load());
     } else {
         const unsigned int done = job.done, total = job.total;
-        const double rate = seconds > 0 ? done / seconds : 0;
+        const double rate = seconds > 0 ? (done - job.skipped) / seconds : 0;
         const double eta = rate > 0 ? (total - done) / rate : 0;
-        std::snprintf(text, sizeof text, "%s: %u/%u frames, %.1f MB/s, ETA %.0f s, %u failed",
-                      job.ref.label.c_str(), done, total, mbps, eta, job.failed.load());
+        std::snprintf(text, sizeof text, "%s: %u/%u frames, %.1f MB/s, %u retries, ETA %.0f s, %u failed",
+                      job.ref.label.c_str(), done, total, mbps, job.retries.load(), eta, job.failed.load());
     }
     return text;
 }
@@ -239,11 +210,14 @@ int RunDownload(DownloadOptions& o) {
         jobs.back()->ref = ResolveCamera(text);
         jobs.back()->adapterLock = &adapterLocks[jobs.back()->ref.item.adapterIp];
     }
+    // PNG encoders for all cameras; declared after the jobs, so that they stop first.
+    const unsigned int cores = std::max(1u, std::thread::hardware_concurrency());
+    WorkQueue encoders(o.format == "png" ? cores : 0, 2 * cores + jobs.size());
     std::vector<std::thread> threads;
     for (auto& job : jobs) {
-        threads.emplace_back([&job, &o] {
+        threads.emplace_back([&job, &o, &encoders] {
             try {
-                Download(*job, o);
+                Download(*job, o, encoders);
             } catch (const ToolError& e) {
                 job->status = e.Code();
                 job->error = e.what();
@@ -306,15 +280,19 @@ void AddDownloadCommand(CLI::App& app, Action& action) {
         ->add_option("--frames", o->frames,
                      "frame range, counted from the first recorded frame (default: all)")
         ->type_name("FIRST-LAST");
-    command->add_option("--format", o->format, "raw: the bytes received; jpeg: the camera's JPEG stream")
-        ->check(CLI::IsMember({"raw", "jpeg"}))
-        ->default_str("raw");
+    command
+        ->add_option("--format", o->format,
+                     "png: the pixels received, 8-bit grey (a colour sensor's Bayer mosaic as it is); "
+                     "raw: the bytes received; jpeg: the camera's JPEG stream")
+        ->check(CLI::IsMember({"png", "raw", "jpeg"}))
+        ->default_str("png");
     command->add_option("-o,--output", o->dir, "folder for the files (default: the current folder)")
         ->type_name("DIR");
     command->add_flag("--resume", o->resume, "skip the frames whose files exist from an earlier run");
     AddLogOption(*command, o->log);
     command->footer(
-        "Files: NAME_NNNNNN.raw or .jpg per frame and NAME_FIRST-LAST.xml for the sequence, where NAME is\n"
+        "Files: NAME_NNNNNN.png, .raw or .jpg per frame and NAME_FIRST-LAST.xml for the sequence, where NAME "
+        "is\n"
         "the camera's name (its address when opened by address).\n\n" +
         std::string(ExitCodeHelp()));
     command->callback([o, &action] { action = [o] { return RunDownload(*o); }; });

@@ -19,6 +19,7 @@ int main(int argc, char** argv) {
     zpcam::AddSetIpCommand(app, action);
     zpcam::AddRecordCommand(app, action);
     zpcam::AddDownloadCommand(app, action);
+    zpcam::AddLiveCommand(app, action);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& e) {

@@ -1,0 +1,102 @@
+// zpcam live CAMERA: one or N live frames to files, as PNG (the port decodes the camera's JPEG
+// stream to grey or RGB pixels) or as the JPEG stream itself.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "camera_ref.h"
+#include "commands.h"
+#include "exit_codes.h"
+#include "file_io.h"
+#include "interrupt.h"
+#include "png_file.h"
+#include "sequence_files.h"
+#include "zpport/BorderData.h"
+#include "zpport/CameraSettings.h"
+
+namespace zpcam {
+
+namespace {
+
+constexpr unsigned int kLiveFrame = 1, kReadBorderOnly = 0x02, kReadJpegStream = 0x04;
+constexpr unsigned int kColourSensor = 1;
+// Live frames may be sized apart from the recording: room for at least 2048 x 2048 RGB.
+constexpr std::size_t kMinLivePixels = 2048u * 2048u;
+constexpr std::size_t kHeaderRoom = 65536;
+
+struct LiveOptions {
+    std::string camera, dir = ".", format = "png", log;
+    unsigned int count = 1;
+};
+
+int RunLive(const LiveOptions& o) {
+    if (o.count == 0) throw ToolError(kExitUsage, "-n must be at least 1");
+    if (::access(o.dir.c_str(), W_OK) != 0)
+        throw ToolError(kExitFile, "cannot write into " + o.dir + ": " + std::strerror(errno));
+    CatchInterrupt();
+    const OpenCamera camera(ResolveCamera(o.camera), o.log);
+    ZP_PORT_HANDLE port = camera.Handle();
+    _CAMERA_SETTINGS settings{};
+    camera.Check(PoReadFlashMemoryBlocks(port, 0, 0, &settings), "reading the settings");
+    const std::size_t pixels =
+        std::size_t{settings.roiWidth} * (settings.binning + 1) * settings.roiHeight * (settings.binning + 1);
+    const bool jpeg = o.format == "jpeg";
+    std::vector<unsigned char> buffer(std::max(pixels, kMinLivePixels) * 3 + kHeaderRoom);
+    const std::string base = o.dir + "/" + FilePrefix(camera.Ref()) + "_live_";
+    for (unsigned int n = 0; n < o.count; ++n) {
+        if (Interrupted()) throw ToolError(kExitInterrupted, camera.Ref().label + ": interrupted");
+        const unsigned int request[3] = {kLiveFrame, 0, jpeg ? kReadJpegStream : 0};
+        std::memcpy(buffer.data(), request, sizeof request);
+        camera.Check(PoReadData(port, buffer.data(), static_cast<unsigned int>(buffer.size())),
+                     "reading live frame " + std::to_string(n));
+        BORDER_DATA border{};
+        const unsigned int borderRequest[3] = {0, 0, kReadBorderOnly};
+        std::memcpy(&border, borderRequest, sizeof borderRequest);
+        camera.Check(PoReadData(port, &border, sizeof border), "reading the border record");
+        const std::string path = base + Padded(n, 4) + (jpeg ? ".jpg" : ".png");
+        if (jpeg) {
+            std::uint32_t length = 0;
+            std::memcpy(&length, buffer.data(), sizeof length);
+            if (length > buffer.size() - sizeof length)
+                throw ToolError(kExitCamera,
+                                camera.Ref().label + ": the JPEG stream is longer than the buffer");
+            WriteBinaryFile(path, buffer.data() + sizeof length, length);
+        } else {
+            const unsigned int components = border.SensorType == kColourSensor ? 3 : 1;
+            if (std::size_t{border.Width2} * border.Height2 * components > buffer.size())
+                throw ToolError(kExitCamera,
+                                camera.Ref().label + ": the live frame is larger than the buffer");
+            WritePngFile(path, buffer.data(), border.Width2, border.Height2, components);
+        }
+        std::printf("%s\n", path.c_str());
+    }
+    return kExitOk;
+}
+
+}  // namespace
+
+void AddLiveCommand(CLI::App& app, Action& action) {
+    auto o = std::make_shared<LiveOptions>();
+    CLI::App* command = app.add_subcommand("live", "save one or more live frames to files");
+    command->add_option("CAMERA", o->camera, "IPv4 address, serial number or camera name")->required();
+    command->add_option("-n,--count", o->count, "number of frames (default 1)");
+    command
+        ->add_option("--format", o->format,
+                     "png: the decoded pixels, 8-bit grey or RGB; jpeg: the camera's JPEG stream")
+        ->check(CLI::IsMember({"png", "jpeg"}))
+        ->default_str("png");
+    command->add_option("-o,--output", o->dir, "folder for the files (default: the current folder)")
+        ->type_name("DIR");
+    AddLogOption(*command, o->log);
+    command->footer("Files: NAME_live_NNNN.png or .jpg, printed as they are written.\n\n" +
+                    std::string(ExitCodeHelp()));
+    command->callback([o, &action] { action = [o] { return RunLive(*o); }; });
+}
+
+}  // namespace zpcam

@@ -1,0 +1,61 @@
+// A fixed set of worker threads running queued tasks, and a group that waits for its own tasks.
+// Downloads queue their PNG encoding here so that the next frame is requested while the last one
+// is encoded.
+#ifndef ZPCAM_WORK_QUEUE_H
+#define ZPCAM_WORK_QUEUE_H
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace zpcam {
+
+class WorkQueue {
+public:
+    // `capacity` bounds the tasks waiting, and with them the frames held in memory.
+    WorkQueue(unsigned int threads, std::size_t capacity);
+    // Runs every task already queued, then stops the threads.
+    ~WorkQueue();
+    WorkQueue(const WorkQueue&) = delete;
+    WorkQueue& operator=(const WorkQueue&) = delete;
+
+    // Blocks while the queue is full.
+    void Submit(std::function<void()> task);
+
+private:
+    void Work();
+
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    std::deque<std::function<void()>> m_tasks;
+    std::size_t m_capacity;
+    bool m_stopping = false;
+    std::vector<std::thread> m_threads;
+};
+
+// Counts one producer's tasks in flight and keeps the first error one of them reports. The
+// destructor waits for them, so whatever they refer to outlives them on every way out.
+class TaskGroup {
+public:
+    ~TaskGroup() { Wait(); }
+    void Started();
+    void Finished(std::exception_ptr error = nullptr);
+    void Wait();
+    // Throws the first error reported so far, if any.
+    void RethrowError();
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_idle;
+    unsigned int m_running = 0;
+    std::exception_ptr m_error;
+};
+
+}  // namespace zpcam
+
+#endif  // ZPCAM_WORK_QUEUE_H
