@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -257,6 +259,46 @@ TEST(Zpcam, DownloadSavesFramesResumesAndKeepsCompleteFilesOnFailure) {
     for (int i = 2; i < 5; ++i)
         EXPECT_EQ(PngPixels(base + std::to_string(i) + ".png"),
                   zpsim::RenderRawFrame(100 + i, 1280, 1024, false));
+}
+
+// Ctrl-C mid-download: exit 130, only complete files; --resume then fetches exactly the frames missing.
+TEST(Zpcam, InterruptedDownloadResumesWithoutFetchingSavedFrames) {
+    Camera camera("127.0.0.69", {"--last-frame", "999"});
+    ASSERT_TRUE(camera.Ready());
+    TempDir dir, logs;
+    camera.ClearLog();
+    const std::string command = std::string("exec ") + ZPCAM_PATH + " download 127.0.0.69 --frames 0-39 -o " +
+                                dir.Path() + " >/dev/null 2>" + logs.File("err");
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execl("/bin/sh", "sh", "-c", command.c_str(), static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    ASSERT_GT(child, 0);
+    for (int i = 0; i < 1000 && Listing(dir).size() < 4; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ::kill(child, SIGINT);
+    int raw = 0;
+    ASSERT_EQ(::waitpid(child, &raw, 0), child);
+    ASSERT_EQ(WEXITSTATUS(raw), 130) << ReadFile(logs.File("err"));
+    int saved = 0;
+    for (const auto& name : Listing(dir)) {
+        if (name.find(".journal") != std::string::npos) continue;
+        ASSERT_EQ(name.size(), 21u) << name;  // 127.0.0.69_NNNNNN.png, nothing temporary
+        EXPECT_EQ(PngPixels(dir.File(name)),
+                  zpsim::RenderRawFrame(std::stoul(name.substr(11, 6)), 1280, 1024, false));
+        ++saved;
+    }
+    ASSERT_LT(saved, 40);
+    camera.ClearLog();
+    const Outcome run = Zpcam("download 127.0.0.69 --frames 0-39 --resume -o " + dir.Path());
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(Requests(camera), 40 - saved);
+    EXPECT_EQ(Listing(dir).size(), 41u);  // the frames and the XML file, the journal gone
+    BORDER_DATA border{};
+    const std::string xml = dir.File("127.0.0.69_000000-000039.xml");
+    ASSERT_EQ(ReadBorderDataFromXml(xml.c_str(), 39, &border, sizeof border), 0u);
+    EXPECT_EQ(int{border.FrameNumber}, 39);
 }
 
 // Live frames: PNG decoded from the camera's JPEG stream (grey, the frame's size), or the stream.

@@ -213,6 +213,7 @@ int RunDownload(DownloadOptions& o) {
     // PNG encoders for all cameras; declared after the jobs, so that they stop first.
     const unsigned int cores = std::max(1u, std::thread::hardware_concurrency());
     WorkQueue encoders(o.format == "png" ? cores : 0, 2 * cores + jobs.size());
+    const auto started = Clock::now();
     std::vector<std::thread> threads;
     for (auto& job : jobs) {
         threads.emplace_back([&job, &o, &encoders] {
@@ -259,7 +260,11 @@ int RunDownload(DownloadOptions& o) {
         bytes += job->bytes;
         frames += job->done;
     }
-    if (jobs.size() > 1) std::printf("all: %u frames, %llu bytes\n", frames, bytes);
+    if (jobs.size() > 1) {
+        const double seconds = std::chrono::duration<double>(Clock::now() - started).count();
+        std::printf("all: %u frames, %llu bytes, %.2f s, %.1f MB/s\n", frames, bytes, seconds,
+                    static_cast<double>(bytes) / 1e6 / seconds);
+    }
     std::fflush(stdout);
     for (const auto& job : jobs) {
         if (job->status == kExitOk) continue;
