@@ -256,6 +256,10 @@ int RunDownload(DownloadOptions& o) {
     unsigned long long bytes = 0;
     unsigned int frames = 0;
     for (const auto& job : jobs) {
+        if (job->total == 0) {  // failed before its first frame: the error line says why
+            if (drawn) std::printf("\r\033[K\n");
+            continue;
+        }
         std::printf("%s%s\n", terminal ? "\r\033[K" : "", ProgressLine(*job, true).c_str());
         bytes += job->bytes;
         frames += job->done;
@@ -287,8 +291,8 @@ void AddDownloadCommand(CLI::App& app, Action& action) {
         ->type_name("FIRST-LAST");
     command
         ->add_option("--format", o->format,
-                     "png: the pixels received, 8-bit grey (a colour sensor's Bayer mosaic as it is); "
-                     "raw: the bytes received; jpeg: the camera's JPEG stream")
+                     "png: the pixels received as 8-bit grey (colour: the Bayer mosaic); raw: the bytes "
+                     "received; jpeg: the camera's JPEG stream")
         ->check(CLI::IsMember({"png", "raw", "jpeg"}))
         ->default_str("png");
     command->add_option("-o,--output", o->dir, "folder for the files (default: the current folder)")
