@@ -31,13 +31,18 @@ std::uint8_t Triangle(std::uint32_t position) {
 
 void FillPattern(std::uint32_t frame, std::uint16_t width, std::uint16_t height, unsigned components,
                  std::uint8_t* out) {
+    if (components == 1) {
+        // Every grey row is the same wave shifted by one per row: copied from one period and a row.
+        std::vector<std::uint8_t> wave(512 + std::size_t{width});
+        for (std::uint32_t i = 0; i < wave.size(); ++i) wave[i] = Triangle(i);
+        for (std::uint32_t y = 0; y < height; ++y)
+            std::copy_n(wave.begin() + (y + 4 * frame) % 512, width,
+                        out + static_cast<std::size_t>(y) * width);
+        return;
+    }
     for (std::uint32_t y = 0; y < height; ++y) {
         std::uint8_t* row = out + static_cast<std::size_t>(y) * width * components;
         for (std::uint32_t x = 0; x < width; ++x) {
-            if (components == 1) {
-                row[x] = Triangle(x + y + 4 * frame);
-                continue;
-            }
             std::uint8_t* pixel = row + static_cast<std::size_t>(x) * 3;
             pixel[0] = Triangle(x + 4 * frame);
             pixel[1] = Triangle(y + 2 * frame);

@@ -148,11 +148,12 @@ std::vector<std::string> BuildSegmentTrain(std::string_view payload, std::string
                                            std::size_t segmentSize, const TrainFaults& faults,
                                            std::uint32_t seed) {
     segmentSize = std::max<std::size_t>(segmentSize, 1);
-    std::string data(payload);
+    std::string overlong;  // a copy only when the fault extends the payload
     if (faults.overlong) {
-        data.append(kOverlongSegments * segmentSize, '\xEE');
+        overlong.assign(payload).append(kOverlongSegments * segmentSize, '\xEE');
     }
-    std::vector<Segment> segments = CutSegments(data, segmentSize, faults.oversize);
+    std::vector<Segment> segments =
+        CutSegments(faults.overlong ? std::string_view(overlong) : payload, segmentSize, faults.oversize);
     if (faults.truncateAfter) {
         Truncate(segments, *faults.truncateAfter);
     }

@@ -175,12 +175,35 @@ void UdpServer::Reply(SimCamera& camera, const sockaddr_in& sender, const Comman
 void UdpServer::FlushDueReplies() {
     auto now = std::chrono::steady_clock::now();
     auto isDue = [now](const PendingReply& reply) { return reply.due <= now; };
-    for (const auto& reply : m_pending) {
-        if (isDue(reply)) {
-            ::sendto(reply.socket, reply.data.data(), reply.data.size(), 0,
-                     reinterpret_cast<const sockaddr*>(&reply.destination), sizeof reply.destination);
+    // Due replies leave in order, in batches of one system call per socket run (a segment train is
+    // a few hundred datagrams).
+    constexpr std::size_t kBatch = 64;
+    mmsghdr messages[kBatch];
+    iovec parts[kBatch];
+    std::size_t count = 0;
+    int batchSocket = -1;
+    auto flush = [&] {
+        for (std::size_t sent = 0; sent < count;) {
+            const int n =
+                ::sendmmsg(batchSocket, messages + sent, static_cast<unsigned int>(count - sent), 0);
+            // As with one sendto each: a datagram that cannot leave is lost, the others still go.
+            sent += n > 0 ? static_cast<std::size_t>(n) : 1;
         }
+        count = 0;
+    };
+    for (auto& reply : m_pending) {
+        if (!isDue(reply)) continue;
+        if (count == kBatch || (count > 0 && reply.socket != batchSocket)) flush();
+        batchSocket = reply.socket;
+        parts[count] = iovec{reply.data.data(), reply.data.size()};
+        messages[count] = mmsghdr{};
+        messages[count].msg_hdr.msg_name = &reply.destination;
+        messages[count].msg_hdr.msg_namelen = sizeof reply.destination;
+        messages[count].msg_hdr.msg_iov = &parts[count];
+        messages[count].msg_hdr.msg_iovlen = 1;
+        ++count;
     }
+    flush();
     m_pending.erase(std::remove_if(m_pending.begin(), m_pending.end(), isDue), m_pending.end());
 }
 

@@ -9,6 +9,7 @@
 #include <cctype>
 #include <cerrno>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -39,6 +40,7 @@ constexpr unsigned int kReadUncompressed = 0x01, kReadBorderOnly = 0x02, kReadJp
 constexpr unsigned int kJpegRoom = 65536;  // header and headroom beyond three bytes per pixel
 constexpr auto kTerminalInterval = std::chrono::milliseconds(500);
 constexpr auto kPlainInterval = std::chrono::seconds(5);
+constexpr std::size_t kBuffersPerCamera = 8;  // frames downloaded ahead of the file writers
 constexpr unsigned int kFrameRetries = 3;  // requests of a frame beyond the first, while the camera answers
 
 struct DownloadOptions {
@@ -94,7 +96,7 @@ unsigned int ReadFrame(Job& job, ZP_PORT_HANDLE port, std::vector<unsigned char>
     return result;
 }
 
-void Download(Job& job, const DownloadOptions& o, WorkQueue& encoders) {
+void Download(Job& job, const DownloadOptions& o, WorkQueue& writers) {
     const OpenCamera camera(job.ref, o.log);
     ZP_PORT_HANDLE port = camera.Handle();
     _CAMERA_SETTINGS settings{};
@@ -111,10 +113,10 @@ void Download(Job& job, const DownloadOptions& o, WorkQueue& encoders) {
     const bool jpeg = o.format == "jpeg", png = o.format == "png";
     const unsigned int flags = jpeg ? kReadJpegStream : kReadUncompressed;
     const std::size_t size = jpeg ? pixels * 3 + kJpegRoom : std::max<std::size_t>(pixels, 12);
-    std::vector<unsigned char> buffer(size);
 
     SequenceFiles files(o.dir, job.ref, first, last, "." + (jpeg ? std::string("jpg") : o.format), o.resume);
-    TaskGroup encoding;  // declared after `files`: its destructor waits for the encoders using them
+    BufferPool buffers(kBuffersPerCamera, size);
+    TaskGroup writing;  // declared last: its destructor waits for the writers using the above
     job.total = last - first + 1;
     for (unsigned int frame = first; frame <= last; ++frame) {
         if (files.Saved(frame)) {
@@ -123,55 +125,53 @@ void Download(Job& job, const DownloadOptions& o, WorkQueue& encoders) {
             continue;
         }
         if (Interrupted()) throw ToolError(kExitInterrupted, job.ref.label + ": interrupted");
-        encoding.RethrowError();
+        writing.RethrowError();
         const std::string step = "downloading frame " + std::to_string(frame);
+        BufferPool::Buffer buffer = buffers.Take();
         BORDER_DATA border{};
         {
             const std::lock_guard<std::mutex> transfer(*job.adapterLock);
-            const unsigned int result = ReadFrame(job, port, buffer, frame, flags);
+            const unsigned int result = ReadFrame(job, port, *buffer, frame, flags);
             if (result != 0) ++job.failed;
             camera.Check(result, step);
             const unsigned int borderRequest[3] = {0, 0, kReadBorderOnly};
             std::memcpy(&border, borderRequest, sizeof borderRequest);
             camera.Check(PoReadData(port, &border, sizeof border), "reading the border record");
         }
-        const unsigned char* data = buffer.data();
-        std::size_t length = std::size_t{border.Width2} * border.Height2;
+        std::size_t offset = 0, length = std::size_t{border.Width2} * border.Height2;
         if (jpeg) {
             std::uint32_t streamLength = 0;
-            std::memcpy(&streamLength, buffer.data(), sizeof streamLength);
+            std::memcpy(&streamLength, buffer->data(), sizeof streamLength);
             length = streamLength;
-            data += sizeof streamLength;
+            offset = sizeof streamLength;
         }
-        if (length > size - (jpeg ? 4 : 0)) {
+        if (length > size - offset) {
             ++job.failed;
             throw ToolError(kExitCamera,
                             job.ref.label + ": " + step + ": the frame is larger than the settings say");
         }
         job.bytes += length;
-        const std::string path = files.FramePath(frame);
-        if (!png) {
-            WriteBinaryFile(path, data, length);
-            files.Record(frame, border);
-            ++job.done;
-            continue;
-        }
-        // The pixels go to an encoder thread while the next frame downloads into the buffer.
-        auto pixelsCopy = std::make_shared<std::vector<unsigned char>>(data, data + length);
-        encoding.Started();
-        encoders.Submit([&job, &files, &encoding, path, frame, border, pixelsCopy] {
+        // The file is written on a worker thread while the next frame downloads into another buffer.
+        writing.Started();
+        writers.Submit([&job, &files, &buffers, &writing, png, frame, border, buffer, offset, length] {
+            std::exception_ptr error;
             try {
-                WritePngFile(path, pixelsCopy->data(), border.Width2, border.Height2, 1);
+                const std::string path = files.FramePath(frame);
+                if (png)
+                    WritePngFile(path, buffer->data(), border.Width2, border.Height2, 1);
+                else
+                    WriteBinaryFile(path, buffer->data() + offset, length);
                 files.Record(frame, border);
                 ++job.done;
-                encoding.Finished();
             } catch (...) {
-                encoding.Finished(std::current_exception());
+                error = std::current_exception();
             }
+            buffers.Give(buffer);
+            writing.Finished(error);
         });
     }
-    encoding.Wait();
-    encoding.RethrowError();
+    writing.Wait();
+    writing.RethrowError();
     files.Finish();
 }
 
@@ -210,35 +210,40 @@ int RunDownload(DownloadOptions& o) {
         jobs.back()->ref = ResolveCamera(text);
         jobs.back()->adapterLock = &adapterLocks[jobs.back()->ref.item.adapterIp];
     }
-    // PNG encoders for all cameras; declared after the jobs, so that they stop first.
+    // File writers for all cameras, declared after the jobs so that they stop first: one per core to
+    // encode PNG; otherwise one, as writing is the kernel's copy and more writers only take the
+    // processor from the transfers.
     const unsigned int cores = std::max(1u, std::thread::hardware_concurrency());
-    WorkQueue encoders(o.format == "png" ? cores : 0, 2 * cores + jobs.size());
+    WorkQueue writers(o.format == "png" ? cores : 1, kBuffersPerCamera * jobs.size());
     const auto started = Clock::now();
+    std::mutex finishLock;
+    std::condition_variable finishSignal;  // a camera finished: the progress loop ends without delay
+    std::size_t finishedJobs = 0;
     std::vector<std::thread> threads;
     for (auto& job : jobs) {
-        threads.emplace_back([&job, &o, &encoders] {
+        threads.emplace_back([&job, &o, &writers, &finishLock, &finishSignal, &finishedJobs] {
             try {
-                Download(*job, o, encoders);
+                Download(*job, o, writers);
             } catch (const ToolError& e) {
                 job->status = e.Code();
                 job->error = e.what();
             }
             job->end = Clock::now();
             job->finished = true;
+            const std::lock_guard<std::mutex> hold(finishLock);
+            ++finishedJobs;
+            finishSignal.notify_all();
         });
     }
     // Progress: redrawn lines on a terminal, a plain line per camera every few seconds otherwise.
     const bool terminal = ::isatty(STDOUT_FILENO) != 0;
-    auto allDone = [&jobs] {
-        for (const auto& job : jobs) {
-            if (!job->finished) return false;
-        }
-        return true;
+    auto waitForAll = [&](std::chrono::milliseconds most) {
+        std::unique_lock<std::mutex> hold(finishLock);
+        return finishSignal.wait_for(hold, most, [&] { return finishedJobs == jobs.size(); });
     };
     auto lastPlain = Clock::now();
     bool drawn = false;
-    while (!allDone()) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    while (!waitForAll(std::chrono::milliseconds(50))) {
         if (terminal && Clock::now() - lastPlain >= kTerminalInterval) {
             if (drawn) std::printf("\033[%zuA", jobs.size());
             for (const auto& job : jobs) std::printf("\r\033[K%s\n", ProgressLine(*job, false).c_str());

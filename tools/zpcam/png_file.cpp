@@ -1,6 +1,7 @@
 #include "png_file.h"
 
 #include <png.h>
+#include <zlib.h>
 
 #include <cerrno>
 #include <csetjmp>
@@ -24,7 +25,9 @@ bool Encode(std::FILE* file, const unsigned char* pixels, unsigned int width, un
     png_init_io(png, file);
     png_set_IHDR(png, info, width, height, 8, components == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY,
                  PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_set_compression_level(png, 1);
+    // Run-length matches after the Sub filter: faster than deflate level 1 and smaller, on smooth
+    // and on noisy frames alike.
+    png_set_compression_strategy(png, Z_RLE);
     png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
     png_write_info(png, info);
     const std::size_t stride = std::size_t{width} * components;

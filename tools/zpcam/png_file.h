@@ -7,8 +7,8 @@
 namespace zpcam {
 
 // `pixels` holds height rows of width * components bytes (1: grey, 3: R, G, B). Favours speed over
-// size (zlib level 1, the Sub filter): the files are written as fast as frames arrive. Throws a file
-// error naming the path.
+// size (the Sub filter and run-length matching only), so that files are written as fast as frames
+// arrive. Throws a file error naming the path.
 void WritePngFile(const std::string& path, const unsigned char* pixels, unsigned int width,
                   unsigned int height, unsigned int components);
 

@@ -1,5 +1,8 @@
 #include "work_queue.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace zpcam {
 
 WorkQueue::WorkQueue(unsigned int threads, std::size_t capacity) : m_capacity(capacity == 0 ? 1 : capacity) {
@@ -25,6 +28,9 @@ void WorkQueue::Submit(std::function<void()> task) {
 }
 
 void WorkQueue::Work() {
+    constexpr int kLowerPriority = 10;
+    const int nice = ::getpriority(PRIO_PROCESS, 0);  // the process's: this thread's until changed
+    ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice + kLowerPriority);
     for (;;) {
         std::unique_lock<std::mutex> hold(m_lock);
         m_changed.wait(hold, [this] { return m_stopping || !m_tasks.empty(); });
@@ -60,6 +66,27 @@ void TaskGroup::RethrowError() {
         error = m_error;
     }
     if (error) std::rethrow_exception(error);
+}
+
+BufferPool::BufferPool(std::size_t count, std::size_t size) {
+    for (std::size_t i = 0; i < count; ++i)
+        m_free.push_back(std::make_shared<std::vector<unsigned char>>(size));
+}
+
+BufferPool::Buffer BufferPool::Take() {
+    std::unique_lock<std::mutex> hold(m_lock);
+    m_returned.wait(hold, [this] { return !m_free.empty(); });
+    Buffer buffer = std::move(m_free.back());
+    m_free.pop_back();
+    return buffer;
+}
+
+void BufferPool::Give(Buffer buffer) {
+    {
+        const std::lock_guard<std::mutex> hold(m_lock);
+        m_free.push_back(std::move(buffer));
+    }
+    m_returned.notify_one();
 }
 
 }  // namespace zpcam

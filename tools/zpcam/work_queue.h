@@ -1,6 +1,6 @@
-// A fixed set of worker threads running queued tasks, and a group that waits for its own tasks.
-// Downloads queue their PNG encoding here so that the next frame is requested while the last one
-// is encoded.
+// A fixed set of worker threads running queued tasks, a group that waits for its own tasks, and a
+// pool of frame buffers. Downloads queue the writing (and PNG encoding) of each frame here, so that
+// the next frame is requested while the last one is written.
 #ifndef ZPCAM_WORK_QUEUE_H
 #define ZPCAM_WORK_QUEUE_H
 
@@ -9,6 +9,7 @@
 #include <deque>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -17,7 +18,8 @@ namespace zpcam {
 
 class WorkQueue {
 public:
-    // `capacity` bounds the tasks waiting, and with them the frames held in memory.
+    // `capacity` bounds the tasks waiting. The workers run at a lower scheduling priority (nice 10
+    // above the process), so that on a busy machine the network side gets the processor first.
     WorkQueue(unsigned int threads, std::size_t capacity);
     // Runs every task already queued, then stops the threads.
     ~WorkQueue();
@@ -54,6 +56,22 @@ private:
     std::condition_variable m_idle;
     unsigned int m_running = 0;
     std::exception_ptr m_error;
+};
+
+// Buffers of one size, allocated once and handed back and forth between a producer and the tasks
+// that consume them.
+class BufferPool {
+public:
+    using Buffer = std::shared_ptr<std::vector<unsigned char>>;
+    BufferPool(std::size_t count, std::size_t size);
+    // Waits until a buffer is free.
+    Buffer Take();
+    void Give(Buffer buffer);
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_returned;
+    std::vector<Buffer> m_free;
 };
 
 }  // namespace zpcam
