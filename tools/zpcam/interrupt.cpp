@@ -1,13 +1,17 @@
 #include "interrupt.h"
 
+#include <atomic>
+
 namespace zpcam {
 
 namespace {
 
-volatile std::sig_atomic_t g_interrupted = 0;
+// Set in the handler and read by every download thread: a lock-free atomic, safe in both places.
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "the interrupt flag must be lock-free");
 
 extern "C" void OnInterrupt(int) {
-    g_interrupted = 1;
+    g_interrupted.store(true);
 }
 
 }  // namespace
@@ -21,7 +25,7 @@ void CatchInterrupt() {
 }
 
 bool Interrupted() {
-    return g_interrupted != 0;
+    return g_interrupted.load();
 }
 
 }  // namespace zpcam
