@@ -210,11 +210,12 @@ int RunDownload(DownloadOptions& o) {
         jobs.back()->ref = ResolveCamera(text);
         jobs.back()->adapterLock = &adapterLocks[jobs.back()->ref.item.adapterIp];
     }
-    // File writers for all cameras, declared after the jobs so that they stop first: one per core to
-    // encode PNG; otherwise one, as writing is the kernel's copy and more writers only take the
-    // processor from the transfers.
+    // File writers for all cameras, declared after the jobs so that they stop first. PNG: one encoder
+    // per core, in the background so that encoding never delays a transfer. Raw and JPEG: one writer
+    // at normal priority, as writing is the kernel's copy and must keep pace with the transfers.
+    const bool png = o.format == "png";
     const unsigned int cores = std::max(1u, std::thread::hardware_concurrency());
-    WorkQueue writers(o.format == "png" ? cores : 1, kBuffersPerCamera * jobs.size());
+    WorkQueue writers(png ? cores : 1, kBuffersPerCamera * jobs.size(), png);
     const auto started = Clock::now();
     std::mutex finishLock;
     std::condition_variable finishSignal;  // a camera finished: the progress loop ends without delay

@@ -5,9 +5,10 @@
 
 namespace zpcam {
 
-WorkQueue::WorkQueue(unsigned int threads, std::size_t capacity) : m_capacity(capacity == 0 ? 1 : capacity) {
+WorkQueue::WorkQueue(unsigned int threads, std::size_t capacity, bool background)
+    : m_capacity(capacity == 0 ? 1 : capacity) {
     for (unsigned int i = 0; i < (threads == 0 ? 1 : threads); ++i)
-        m_threads.emplace_back([this] { Work(); });
+        m_threads.emplace_back([this, background] { Work(background); });
 }
 
 WorkQueue::~WorkQueue() {
@@ -27,10 +28,10 @@ void WorkQueue::Submit(std::function<void()> task) {
     m_changed.notify_all();
 }
 
-void WorkQueue::Work() {
+void WorkQueue::Work(bool background) {
     constexpr int kLowerPriority = 10;
     const int nice = ::getpriority(PRIO_PROCESS, 0);  // the process's: this thread's until changed
-    ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice + kLowerPriority);
+    if (background) ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), nice + kLowerPriority);
     for (;;) {
         std::unique_lock<std::mutex> hold(m_lock);
         m_changed.wait(hold, [this] { return m_stopping || !m_tasks.empty(); });

@@ -18,9 +18,9 @@ namespace zpcam {
 
 class WorkQueue {
 public:
-    // `capacity` bounds the tasks waiting. The workers run at a lower scheduling priority (nice 10
-    // above the process), so that on a busy machine the network side gets the processor first.
-    WorkQueue(unsigned int threads, std::size_t capacity);
+    // `capacity` bounds the tasks waiting. Background workers run at a lower scheduling priority
+    // (nice 10 above the process), so that on a busy machine the network side gets the processor first.
+    WorkQueue(unsigned int threads, std::size_t capacity, bool background);
     // Runs every task already queued, then stops the threads.
     ~WorkQueue();
     WorkQueue(const WorkQueue&) = delete;
@@ -30,7 +30,7 @@ public:
     void Submit(std::function<void()> task);
 
 private:
-    void Work();
+    void Work(bool background);
 
     std::mutex m_lock;
     std::condition_variable m_changed;
