@@ -58,36 +58,80 @@ void CCamPort::EnableTrace(unsigned int id, const char* name, unsigned int mode)
     m_Trace.EnableTrace(id, name, static_cast<int>(mode));
 }
 
-unsigned int CCamPort::WiFiEnumAccessPoints(_ZP_ENUMITEMEX*, _RSP_WIFISCAN_DATA*) { return 0; }
-unsigned int CCamPort::WiFiSendCommand(_ZP_ENUMITEMEX*, unsigned int, void*) { return 0; }
-unsigned int CCamPort::SetIpAddress(_ZP_ENUMITEMEX*, unsigned int, unsigned int) { return 0; }
-unsigned int CCamPort::GetIpAddress(_ZP_ENUMITEMEX*, unsigned int*, unsigned int*) { return 0; }
-unsigned int CCamPort::SetDefaultGw(_ZP_ENUMITEMEX*, unsigned int) { return 0; }
-unsigned int CCamPort::SetCmdPort(_ZP_ENUMITEMEX*, unsigned int) { return 0; }
-unsigned int CCamPort::ReadRegister(unsigned char, unsigned char*) { return 0; }
-unsigned int CCamPort::WriteRegister(unsigned char, unsigned char) { return 0; }
-unsigned int CCamPort::WriteRegisterBlock(unsigned char, unsigned char*, int, int) { return 0; }
-unsigned int CCamPort::ReadRegisterBlock(unsigned char, unsigned char*, int, int) { return 0; }
+unsigned int CCamPort::WiFiEnumAccessPoints(_ZP_ENUMITEMEX*, _RSP_WIFISCAN_DATA*) {
+    return 0;
+}
+unsigned int CCamPort::WiFiSendCommand(_ZP_ENUMITEMEX*, unsigned int, void*) {
+    return 0;
+}
+unsigned int CCamPort::SetIpAddress(_ZP_ENUMITEMEX*, unsigned int, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::GetIpAddress(_ZP_ENUMITEMEX*, unsigned int*, unsigned int*) {
+    return 0;
+}
+unsigned int CCamPort::SetDefaultGw(_ZP_ENUMITEMEX*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::SetCmdPort(_ZP_ENUMITEMEX*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::ReadRegister(unsigned char, unsigned char*) {
+    return 0;
+}
+unsigned int CCamPort::WriteRegister(unsigned char, unsigned char) {
+    return 0;
+}
+unsigned int CCamPort::WriteRegisterBlock(unsigned char, unsigned char*, int, int) {
+    return 0;
+}
+unsigned int CCamPort::ReadRegisterBlock(unsigned char, unsigned char*, int, int) {
+    return 0;
+}
 
 unsigned int CCamPort::GetBufferTrashSize(unsigned short* size) {
     if (size != nullptr) *size = 0;
     return 1;
 }
 
-unsigned int CCamPort::ReadData(void*, unsigned int) { return 0; }
+unsigned int CCamPort::ReadData(void*, unsigned int) {
+    return 0;
+}
 void CCamPort::BackupSizeY() {}
 void CCamPort::RestoreSizeY() {}
-unsigned int CCamPort::EraseMemory() { return 0; }
-unsigned int CCamPort::ReadADCMemory(void*, unsigned int) { return 0; }
-unsigned int CCamPort::WriteADCMemory(void*, unsigned int) { return 0; }
-unsigned int CCamPort::PrepareForRead(int) { return 1; }
-unsigned int CCamPort::PrepareForRead() { return 1; }
-unsigned int CCamPort::StopReading(int, int) { return 1; }
-unsigned int CCamPort::WriteQR52Register(unsigned short) { return 1; }
-unsigned int CCamPort::GetStatus1(unsigned char*) { return 0; }
-unsigned int CCamPort::GetStatus2(unsigned int*) { return 0; }
-unsigned int CCamPort::WriteData1(void*, unsigned int) { return 0; }
-unsigned int CCamPort::SetFrameSize(unsigned int, unsigned int) { return 1; }
+unsigned int CCamPort::EraseMemory() {
+    return 0;
+}
+unsigned int CCamPort::ReadADCMemory(void*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::WriteADCMemory(void*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::PrepareForRead(int) {
+    return 1;
+}
+unsigned int CCamPort::PrepareForRead() {
+    return 1;
+}
+unsigned int CCamPort::StopReading(int, int) {
+    return 1;
+}
+unsigned int CCamPort::WriteQR52Register(unsigned short) {
+    return 1;
+}
+unsigned int CCamPort::GetStatus1(unsigned char*) {
+    return 0;
+}
+unsigned int CCamPort::GetStatus2(unsigned int*) {
+    return 0;
+}
+unsigned int CCamPort::WriteData1(void*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::SetFrameSize(unsigned int, unsigned int) {
+    return 1;
+}
 
 // A null function switches the callback off; the call succeeds either way.
 unsigned int CCamPort::SetAnnouncementCallback(ZP_ANNOUNCEMENT_CALLBACK callback, void* context) {
@@ -124,20 +168,36 @@ unsigned int CCamPort::ReadImage(unsigned int, unsigned int, unsigned int, unsig
     return 0;
 }
 
-unsigned int CCamPort::OpenGrab(unsigned int, int, int) { return 1; }
-unsigned int CCamPort::CloseGrab(int) { return 1; }
-unsigned int CCamPort::WriteDACs(unsigned int*, unsigned int) { return 1; }
-unsigned int CCamPort::ReadWriteEEPROM(unsigned int, void*, unsigned int) { return 0; }
-unsigned int CCamPort::ReadWriteSensorRegs(unsigned int, void*, unsigned int) { return 0; }
-unsigned int CCamPort::FlushSensor() { return 0; }
+unsigned int CCamPort::OpenGrab(unsigned int, int, int) {
+    return 1;
+}
+unsigned int CCamPort::CloseGrab(int) {
+    return 1;
+}
+unsigned int CCamPort::WriteDACs(unsigned int*, unsigned int) {
+    return 1;
+}
+unsigned int CCamPort::ReadWriteEEPROM(unsigned int, void*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::ReadWriteSensorRegs(unsigned int, void*, unsigned int) {
+    return 0;
+}
+unsigned int CCamPort::FlushSensor() {
+    return 0;
+}
 
 unsigned int CCamPort::SetConnectionFlag(unsigned int flag) {
     m_dwConnectionFlag = flag;
     return 1;
 }
 
-unsigned int CCamPort::GetAddressList(unsigned int, unsigned int, unsigned int*) { return 0; }
-unsigned int CCamPort::GetTotRecFrames(unsigned int*) { return 0; }
+unsigned int CCamPort::GetAddressList(unsigned int, unsigned int, unsigned int*) {
+    return 0;
+}
+unsigned int CCamPort::GetTotRecFrames(unsigned int*) {
+    return 0;
+}
 unsigned int CCamPort::ConfigureWriteToDisk(unsigned int, char const*, char const*, unsigned int) {
     return 0;
 }
@@ -147,9 +207,13 @@ unsigned int CCamPort::ReadBkgAndPSCBuffers(void*, void*, void*, unsigned int, v
     return 0;
 }
 
-unsigned int CCamPort::GetErrorCode() { return m_nErrorCode; }
+unsigned int CCamPort::GetErrorCode() {
+    return m_nErrorCode;
+}
 
-unsigned int CCamPort::SendCmdAndGetRsp(_CMD_HDR*, _RSP_HDR*, int, int, int, int) { return 0; }
+unsigned int CCamPort::SendCmdAndGetRsp(_CMD_HDR*, _RSP_HDR*, int, int, int, int) {
+    return 0;
+}
 
 // Host-side tables: kept by the port itself, no exchange with the camera.
 

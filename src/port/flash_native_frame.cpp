@@ -1,8 +1,8 @@
 // Native-bus block frame: each of the four data lines carries one bit of every nibble and its
 // own CRC-16, whose bits travel back interleaved into nibbles.
-#include "port/flash_registers.h"
-
 #include <cstring>
+
+#include "port/flash_registers.h"
 
 namespace zp::flash {
 

@@ -1,0 +1,1 @@
+// Placeholder: tests of the binary-frame operations follow here.
