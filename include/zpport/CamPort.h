@@ -48,6 +48,14 @@ public:
     // SD command checksum: CRC-7 (x^7 + x^3 + 1) in the top seven bits, end bit set.
     static unsigned char CRC7(unsigned char seed, unsigned char* data, int length);
 
+    // Session, status and registers over the binary frame (non-virtual helpers).
+
+    // Parameters and register constraints (non-virtual helpers).
+
+    // Memory, recorded segments and firmware information (non-virtual helpers).
+
+    // Flash block transfers and program steps (non-virtual helpers).
+
     // Operations, in table order. Results: non-zero success, 0 failure (unsupported).
     virtual unsigned int WiFiEnumAccessPoints(_ZP_ENUMITEMEX* item, _RSP_WIFISCAN_DATA* data);
     virtual unsigned int WiFiSendCommand(_ZP_ENUMITEMEX* item, unsigned int command, void* data);
