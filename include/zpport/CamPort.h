@@ -49,10 +49,21 @@ public:
     static unsigned char CRC7(unsigned char seed, unsigned char* data, int length);
 
     // Session, status and registers over the binary frame (non-virtual helpers).
+    // Camera hardware error 10000..10002 as port error 4..6; 0 for any other code.
+    unsigned int ConvertHwErrorCode(unsigned int code);
+    // The camera's stored name from its flash card into the item's cameraName; 1/0.
+    unsigned int ReadName(_ZP_ENUMITEM* item);
 
     // Parameters and register constraints (non-virtual helpers).
+    // The value as it reaches register `reg`: (value | set mask) & ~clear mask of its constraint.
+    unsigned int ApplyRegisterConstraint(unsigned int reg, unsigned int value) const;
+    // Sensor model and Bayer layout of a camera type (0: unknown type).
+    static unsigned int DetectSensorModel(unsigned int cameraType, int variant, unsigned int colour);
+    static unsigned int DetectBayerPattern(unsigned int cameraType, int variant);
 
     // Memory, recorded segments and firmware information (non-virtual helpers).
+    // Number of recorded segments among indices 1-63 (ReadRecordedSegments asks up to 64); 1 when any.
+    unsigned int ReadRecordedSegmentCount(unsigned int* count);
 
     // Flash block transfers and program steps (non-virtual helpers).
 

@@ -217,34 +217,6 @@ unsigned int CCamPort::SendCmdAndGetRsp(_CMD_HDR*, _RSP_HDR*, int, int, int, int
 
 // Host-side tables: kept by the port itself, no exchange with the camera.
 
-unsigned int CCamPort::SetRegisterConstraints(_ZP_REGISTER_CONSTRAINT* list, unsigned int count) {
-    m_RegisterConstraints.clear();
-    if (list == nullptr) return 1;
-    // A later record for the same register overwrites the masks of an earlier one.
-    for (unsigned int i = 0; i < count; ++i) {
-        m_RegisterConstraints[list[i].reg] = std::make_pair(list[i].clearMask, list[i].setMask);
-    }
-    return 1;
-}
-
-unsigned int CCamPort::GetRegisterConstraints(_ZP_REGISTER_CONSTRAINT* list, unsigned int* count) {
-    if (count == nullptr) return 1;
-    if (list == nullptr) {
-        *count = static_cast<unsigned int>(m_RegisterConstraints.size());
-        return 1;
-    }
-    unsigned int copied = 0;
-    for (const auto& entry : m_RegisterConstraints) {
-        if (copied >= *count) break;
-        list[copied].reg = entry.first;
-        list[copied].clearMask = entry.second.first;
-        list[copied].setMask = entry.second.second;
-        ++copied;
-    }
-    *count = copied;
-    return 1;
-}
-
 unsigned int CCamPort::ReadWriteLookupTable(unsigned int write, void* buffer, unsigned int count) {
     if (buffer == nullptr) return 1;
     const size_t bytes = std::min(count, kToneTableSize) * sizeof(m_wToneTable[0]);

@@ -43,4 +43,15 @@ bool Exchange(CCamPort& port, Command& command, Response& response, int timeoutU
     return port.SendCmdAndGetRsp(command.Header(), response.Header(), response.Size(), timeoutUs, 0, 0) != 0;
 }
 
+unsigned int Send(CCamPort& port, unsigned char code, std::initializer_list<std::uint32_t> words,
+                  int timeoutUs) {
+    Command command(code, words);
+    return Send(port, command, timeoutUs);
+}
+
+unsigned int Send(CCamPort& port, Command& command, int timeoutUs) {
+    Response response(kHeaderSize);
+    return Exchange(port, command, response, timeoutUs) ? 1 : 0;
+}
+
 }  // namespace zp::frame

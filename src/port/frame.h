@@ -22,6 +22,12 @@ constexpr unsigned char kSecondPart = 32;  // split mode: second frame
 constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kMaxFrame = 2072;  // the largest command frame (write memory)
 
+// Port state words (CCamPort::m_dwPortState) that the frame operations consult: the camera's
+// firmware version (set at open) and the split-transfer word, non-zero while every block
+// exchange travels as two frames for a transport whose packets cannot hold a 2 KB frame.
+constexpr std::size_t kFirmwareVersionWord = 0;
+constexpr std::size_t kSplitTransferWord = 4;
+
 // A command frame on the caller's stack, every byte zero until written.
 class Command {
 public:
@@ -58,6 +64,12 @@ private:
 
 // One exchange: the response is zeroed first; true when the transport reports a response.
 bool Exchange(CCamPort& port, Command& command, Response& response, int timeoutUs = kTimeoutUs);
+
+// A command of argument words whose answer carries no result (an 8-byte response): 1 when the
+// transport answered, else 0.
+unsigned int Send(CCamPort& port, unsigned char code, std::initializer_list<std::uint32_t> words,
+                  int timeoutUs = kTimeoutUs);
+unsigned int Send(CCamPort& port, Command& command, int timeoutUs = kTimeoutUs);
 
 }  // namespace zp::frame
 

@@ -57,6 +57,7 @@ public:
     unsigned char* FwInfo() { return m_abyFwInfo; }
     unsigned int& ErrorCode() { return m_nErrorCode; }
     unsigned int& CameraType() { return m_dwCameraType; }
+    unsigned int& PendingPrepare() { return m_dwPendingPrepare; }
 };
 
 }  // namespace zptest
