@@ -1,7 +1,7 @@
-// The binary frames of the camera information, session, status, register, acquisition, playback,
-// timing, calibration and debug commands: bytes, response sizes, time-outs, outputs after an answer
-// and after a failure, the multi-exchange sequences, and the base operations on the Ethernet port,
-// which has no binary transport.
+// The binary frames of the camera information, session, status, register, parameter, acquisition,
+// playback, timing, calibration, debug and flash block commands: bytes, response sizes, time-outs,
+// outputs after an answer and after a failure, the multi-exchange sequences, and the base operations
+// on the Ethernet port, which has no binary transport.
 #include <gtest/gtest.h>
 #include <zpport/TWPort.h>
 
@@ -23,7 +23,15 @@ constexpr int k3s = 3000000;
 constexpr auto Byte = [](auto value) { return static_cast<unsigned char>(value); };
 constexpr auto Flag = [](U* word) { return reinterpret_cast<unsigned char*>(word); };
 constexpr auto I = [](U* word) { return reinterpret_cast<int*>(word); };
-constexpr auto W = [](U at) { return at | (at + 1) << 8 | (at + 2) << 16 | (at + 3) << 24; };  // see Pattern
+constexpr auto W = [](U at) {  // the response word at byte `at`, see Pattern
+    return (at & 255) | ((at + 1) & 255) << 8 | ((at + 2) & 255) << 16 | ((at + 3) & 255) << 24;
+};
+// The response words from byte `at` on, `count` of them, then `zeros` zero words.
+std::vector<U> Words(U at, U count, U zeros = 0) {
+    std::vector<U> words(count + zeros, 0);
+    for (U i = 0; i < count; ++i) words[i] = W(at + 4 * i);
+    return words;
+}
 
 // The answer to every exchange: response byte i (after the status byte) is i mod 256.
 bool Pattern(const zptest::SentFrame& sent, unsigned char* response) {
@@ -32,10 +40,12 @@ bool Pattern(const zptest::SentFrame& sent, unsigned char* response) {
 }
 
 // Port state before a call: the camera's status byte, firmware version, video mode and signed
-// state word, the pending preparation flag, and a constraint on register 0x40 (clear 0x01, set 0x10).
+// state word, the pending preparation flag, a constraint on register 0x40 (clear 0x01, set 0x10),
+// and split transfers.
 struct State {
     U status = 0, firmware = 0, videoMode = 0, videoState = 0, pending = 0;
     bool constrained = false;
+    U split = 0;
 };
 
 // The test camera with the status word that Attach reads and the state the operations consult.
@@ -51,16 +61,18 @@ public:
         status = Byte(state.status), m_dwPortState[0] = state.firmware, m_dwWords[0] = state.videoMode,
         m_dwWords[1] = state.videoState;
         m_dwPendingPrepare = state.pending;
+        m_dwPortState[4] = state.split;
         for (int i = 0; i < 12; ++i) m_abyBlock12[i] = Byte(i + 1);
         _ZP_REGISTER_CONSTRAINT constraint{0x40, 0x01, 0x10};
         if (state.constrained) SetRegisterConstraints(&constraint, 1);
     }
 };
 
-// A command frame: code, length (8 + 4 x words, or `length` with zeros after the words), words.
-Bytes Frame(unsigned char code, std::vector<U> words, std::size_t length = 0) {
+// A command frame: code, length (8 + 4 x words, or `length` with zeros after the words), words,
+// part selector.
+Bytes Frame(unsigned char code, std::vector<U> words, std::size_t length = 0, unsigned char part = 0) {
     Bytes frame(8, 0);
-    frame[3] = code;
+    frame[2] = part, frame[3] = code;
     for (U word : words)
         frame.insert(frame.end(), {Byte(word), Byte(word >> 8), Byte(word >> 16), Byte(word >> 24)});
     frame.resize(std::max(length, frame.size()));
@@ -84,8 +96,10 @@ struct Row {
     std::vector<U> ok = {};  // the first output words after every exchange was answered
     U results = 1;           // bit 0: the result when all is answered; bit n: when exchange n fails
     State state = {};
-    U failed = kUnset;  // each of the output words after a failure
+    U failed = kUnset;   // each of the output words after a failure
+    bool keeps = false;  // a failed exchange keeps the pending preparation flag
 };
+const std::vector<U> kData(512, kUnset);  // the caller's block as the rows find it
 // clang-format off
 const std::vector<Row> kRows = {
     {"ReadCameraInfo", OP(ReadCameraInfo(7, o, o + 1)), {{Frame(2, {7}), 16, k3s}}, {W(8), W(12)}},
@@ -124,20 +138,20 @@ const std::vector<Row> kRows = {
     {"Debug 0x105", OP(Debug(0x105, 8, o)), {{Frame(202, {0x105, 0, 0, kUnset, kUnset}, 1044), 1040, 20000000}}, {W(16), W(20), kUnset}},
     {"Debug 0x600", OP(Debug(0x600, 4, o)), {{Frame(202, {0x600, 0, 0, kUnset}, 1044), 1040, 6000000}}, {W(8), kUnset}},
     {"Debug 1025 bytes", OP(Debug(0x600, 1025, o)), {}, {kUnset}, 0},
+    {"GetParameter", OP(GetParameter(0x0102A3, *I(o))), {{Frame(6, {0x0102A3}), 12, k3s}}, {W(8)}},
+    {"SetParameter", OP(SetParameter(44, -2)), {{Frame(7, {44, 0xFFFFFFFE}), 8, k3s}}},
+    {"SendParameter", OP(SendParameter(63, 0x80000003)), {{Frame(7, {63, 0x80000003}), 8, k3s}}},
+    {"GetBrocParameter", OP(GetBrocParameter(0x305, o)), {{Frame(34, {0x305}), 1032, k3s}}, Words(8, 256)},
+    {"GetPortBrocParameter", OP(GetPortBrocParameter(ZPP_BROC_LEN, o)), {{Frame(34, {40}), 1032, k3s}}, {W(8)}},  // the identifier itself selects the block
+    {"FlashOperation 101", OP(FlashOperation(101, o)), {{Frame(207, {0}), 8, k3s}}, {}, 1, {0, 0, 0, 0, 1}, kUnset, true},
+    {"FlashOperation", OP(FlashOperation(7, o)), {{Frame(199, [] { auto w = kData; w.insert(w.begin(), 7); return w; }()), 2060, k3s}}, Words(12, 512)},
+    {"FlashOperation split", OP(FlashOperation(7, o)), {{Frame(199, [] { auto w = kData; w[0] = 7; w.resize(360); return w; }(), 0, 16), 1448, k3s}}, Words(12, 359, 1), 1, {0, 0, 0, 0, 0, false, 1}},  // 1436 bytes and 4 zeros
 };
 // clang-format on
 // Base operations of the other concerns: they too fail on a port without a binary transport.
 const std::vector<U (*)(P&, U*)> kOtherOperations = {
-    OP(GetParameter(1, *I(o))),
-    OP(SetParameter(1, 2)),
-    OP(SendParameter(1, 2)),
-    OP(GetBrocParameter(1, o)),
-    OP(ReadMemory(ZP_MEM_TYPE(1), 0, 0, o, 256)),
-    OP(WriteMemory(ZP_MEM_TYPE(1), 0, 0, o, 256)),
-    OP(ReadRecordedSegments(Flag(o + 1), (*o = 2, o))),
-    OP(ReadFwInfoStruct()),
-    OP(FlashOperation(101, o)),
-    OP(FlashOperation(5, o)),
+    OP(ReadMemory(ZP_MEM_TYPE(1), 0, 0, o, 256)), OP(WriteMemory(ZP_MEM_TYPE(1), 0, 0, o, 256)),
+    OP(ReadRecordedSegments(Flag(o + 1), (*o = 2, o))), OP(ReadFwInfoStruct()),
     OP(ConfigureSteps(reinterpret_cast<_PROGSTEPS_DATA*>(o)))};
 
 // Every row with every exchange answered, then with each exchange in turn failing (the result 0
@@ -160,7 +174,7 @@ TEST(FrameCommands, FramesOutputsAndFailures) {
             ASSERT_EQ(camera.sent.size(), failAt == 0 || result ? row.sent.size() : failAt);
             EXPECT_EQ(Log(camera),
                       std::vector<Sent>(row.sent.begin(), row.sent.begin() + camera.sent.size()));
-            EXPECT_EQ(camera.PendingPrepare(), 0u);
+            EXPECT_EQ(camera.PendingPrepare(), row.keeps && failAt != 0 ? 1u : 0u);
         }
         // The Ethernet port's own versions of some operations use its text protocol: not called here.
         const bool own = ownOperations.find(row.name) != std::string::npos;

@@ -1,10 +1,10 @@
-// Camera parameters over the binary frame: the frames of commands 6, 7 and 34, the translation of
-// the library's identifiers, the special identifiers, the register constraints and the sensor tables.
+// Camera parameters over the binary frame: the translation of the library's identifiers, the special
+// identifiers, the register constraints and the sensor tables (the frames of commands 6, 7 and 34 are
+// in the frame table).
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstring>
-#include <tuple>
 #include <vector>
 
 #include "support/binary_camera.h"
@@ -33,34 +33,6 @@ bool Echo(const SentFrame& frame, unsigned char* response) {
     if (frame.responseSize >= 12) std::memcpy(response + 8, &word, 4);
     for (int i = 12; i < frame.responseSize; ++i) response[i] = static_cast<unsigned char>(i);
     return true;
-}
-
-TEST(Parameters, CommandsSendTheirFramesAndCopyResultsOnlyOnSuccess) {
-    using Sent = std::tuple<zptest::Bytes, int, int>;  // frame, response size, time-out
-    const std::vector<Sent> kFrames = {
-        {{0, 0, 0, 6, 12, 0, 0, 0, 0xA3, 2, 1, 0}, 12, 3000000},
-        {{0, 0, 0, 7, 16, 0, 0, 0, 44, 0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF}, 8, 3000000},
-        {{0, 0, 0, 7, 16, 0, 0, 0, 63, 0, 0, 0, 3, 0, 0, 0x80}, 8, 3000000},
-        {{0, 0, 0, 34, 12, 0, 0, 0, 5, 3, 0, 0}, 1032, 3000000},
-        {{0, 0, 0, 34, 12, 0, 0, 0, 40, 0, 0, 0}, 1032, 3000000},  // the identifier itself selects the block
-    };
-    for (const bool answers : {false, true}) {
-        BinaryCamera camera;  // without an answer the response is filled all the same
-        camera.answer = [answers](const SentFrame& f, unsigned char* r) { return Echo(f, r) && answers; };
-        int value = 7;
-        std::vector<U> block(256, 0xABABABAB);
-        const std::vector<U> results = {camera.GetParameter(0x0102A3, value), camera.SetParameter(44, -2),
-                                        camera.SendParameter(63, 0x80000003),
-                                        camera.GetBrocParameter(0x305, block.data()),
-                                        camera.GetPortBrocParameter(ZPP_BROC_LEN, block.data())};
-        EXPECT_EQ(std::vector<U>(5, answers ? 1 : 0), results);
-        EXPECT_EQ(answers ? 0x1000 + 0x0102A3 : 7, value);
-        EXPECT_EQ(answers ? 0x1000u + 40 : 0xABABABABu, block[0]);  // data from response byte 8
-        EXPECT_EQ(answers ? 0x07060504u : 0xABABABABu, block[255]);
-        std::vector<Sent> sent;
-        for (const auto& f : camera.sent) sent.emplace_back(f.frame, f.responseSize, f.timeout);
-        EXPECT_EQ(kFrames, sent);
-    }
 }
 
 TEST(Parameters, PortParametersReadTheTranslatedCameraNumber) {

@@ -1,16 +1,13 @@
 // The SD-card layer over the camera's byte registers, against the card model: the open sequences on
 // both buses with their command frames and checksums, the size from the CSD register, block writes
-// on both buses, the system-data block with the name and the comment; and the flash block transfers
-// over the binary frame.
+// on both buses, the system-data block with the name and the comment.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <string>
 #include <tuple>
 #include <vector>
 
-#include "port/frame.h"
 #include "support/sd_card.h"
 
 namespace {
@@ -109,39 +106,6 @@ TEST(SdCard, NameAndCommentRoundTripThroughTheSystemBlockOnBothBuses) {
         absent.busyOpConds = 1000;
         EXPECT_EQ(absent.ReadWriteCameraComment(0, out), 0u);
         EXPECT_EQ(absent.frames.size(), 5u * (mode == 1 ? 21u : 17u));
-    }
-}
-
-TEST(FlashOperation, FramesByteForByteAndNothingCopiedOnFailure) {
-    // Split word, operation, header and word, data bytes carried, response size, bytes copied back from
-    // byte 12.
-    const std::tuple<unsigned, unsigned, Bytes, std::size_t, int, std::size_t> cases[] = {
-        {0, 101, {0, 0, 0, 207, 12, 0, 0, 0, 0, 0, 0, 0}, 0, 8, 0},  // preparation: word 0, clears the flag
-        {0, 7, {0, 0, 0, 199, 0x0C, 0x08, 0, 0, 7, 0, 0, 0}, 2048, 2060, 2048},
-        {1, 7, {0, 0, 16, 199, 0xA8, 0x05, 0, 0, 7, 0, 0, 0}, 1436, 1448, 1436},  // first part only, 4 zeros
-    };
-    for (const auto& [split, op, header, carried, responseSize, copied] : cases) {
-        for (const int failAt : {0, 1}) {
-            BinaryCamera camera;
-            camera.PortState()[zp::frame::kSplitTransferWord] = split;
-            camera.PendingPrepare() = 1;
-            camera.failAt = failAt;
-            camera.answer = [](const SentFrame& sent, unsigned char* response) {
-                std::iota(response + 8, response + sent.responseSize, 8);  // each byte its offset
-                return true;
-            };
-            Bytes data(2048, 0x11), expected = data, frame = header;
-            frame.insert(frame.end(), data.begin(), data.begin() + carried);
-            if (failAt == 0) std::iota(expected.begin(), expected.begin() + copied, 12);
-            if (failAt == 0 && split == 1) std::fill_n(expected.begin() + copied, 4, 0);
-            EXPECT_EQ(camera.FlashOperation(op, data.data()), failAt == 0 ? 1u : 0u);
-            ASSERT_EQ(camera.sent.size(), 1u);
-            EXPECT_EQ(
-                std::make_tuple(camera.sent[0].frame, camera.sent[0].responseSize, camera.sent[0].timeout),
-                std::make_tuple(frame, responseSize, 3000000));
-            EXPECT_EQ(data, expected) << op << " " << split << " " << failAt;
-            EXPECT_EQ(camera.PendingPrepare(), op == 101 && failAt == 0 ? 0u : 1u);
-        }
     }
 }
 
