@@ -145,7 +145,7 @@ const std::vector<Row> kRows = {
     {"GetPortBrocParameter", OP(GetPortBrocParameter(ZPP_BROC_LEN, o)), {{Frame(34, {40}), 1032, k3s}}, {W(8)}},  // the identifier itself selects the block
     {"FlashOperation 101", OP(FlashOperation(101, o)), {{Frame(207, {0}), 8, k3s}}, {}, 1, {0, 0, 0, 0, 1}, kUnset, true},
     {"FlashOperation", OP(FlashOperation(7, o)), {{Frame(199, [] { auto w = kData; w.insert(w.begin(), 7); return w; }()), 2060, k3s}}, Words(12, 512)},
-    {"FlashOperation split", OP(FlashOperation(7, o)), {{Frame(199, [] { auto w = kData; w[0] = 7; w.resize(360); return w; }(), 0, 16), 1448, k3s}}, Words(12, 359, 1), 1, {0, 0, 0, 0, 0, false, 1}},  // 1436 bytes and 4 zeros
+    {"FlashOperation split", OP(FlashOperation(7, o)), {{Frame(199, [] { auto w = kData; w[0] = 7; w.resize(360); return w; }(), 0, 16), 1448, k3s}}, [] { auto w = Words(12, 359, 1); w.push_back(kUnset); return w; }(), 1, {0, 0, 0, 0, 0, false, 1}},  // 1436 bytes, 4 zeros, no more
 };
 // clang-format on
 // Base operations of the other concerns: they too fail on a port without a binary transport.
