@@ -107,7 +107,7 @@ unsigned int CCamPort::Debug(unsigned int code, unsigned int length, void* buffe
     command.SetBytes(20, buffer, length);
     command.SetLength(kDebugLength);
     Response response(kDebugResponse);
-    const int timeout = (code & 0xFF00) == 0x100 ? kDebugLongTimeoutUs : kDebugTimeoutUs;
+    const int timeout = code >= 0x100 && code <= 0x1FF ? kDebugLongTimeoutUs : kDebugTimeoutUs;
     if (!Exchange(*this, command, response, timeout)) return 0;
     std::memcpy(buffer, response.Bytes(code == kDebugFromWord8 ? 8 : 16), length);
     return 1;

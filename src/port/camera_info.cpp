@@ -1,6 +1,5 @@
 // Camera information, name, session (attach, detach), status, trigger, reset and the 32-bit
-// registers, each one exchange of the binary command frame; the hardware error codes and the
-// camera name read from the flash card.
+// registers, each one exchange of the binary command frame; the hardware error codes.
 #include <zpport/CamPort.h>
 
 #include <cstring>
@@ -34,11 +33,6 @@ constexpr unsigned int kToneFilterRegister = 0x1111;
 // Status bytes of a refused attach that set the port's error code, and the codes they set.
 constexpr unsigned char kRefused2010 = 9;
 constexpr unsigned char kRefused6 = 10;
-
-constexpr int kNameAttempts = 5;
-constexpr unsigned int kNameKind = 1;  // system-data field of the camera name
-constexpr unsigned int kNativeBusFirmware = 41;
-constexpr unsigned int kNoSecondFlagType = 4;
 
 }  // namespace
 
@@ -134,21 +128,4 @@ unsigned int CCamPort::ConvertHwErrorCode(unsigned int code) {
         default:
             return 0;
     }
-}
-
-// The card's open flags come from the item: native bus past firmware 41, the second flag for every
-// camera type but 4.
-unsigned int CCamPort::ReadName(_ZP_ENUMITEM* item) {
-    SetFrameSize(128, 128);
-    const unsigned int mode = item->fwVersion > kNativeBusFirmware ? 1 : 0;
-    const unsigned int second = item->cameraType != kNoSecondFlagType ? 1 : 0;
-    for (int attempt = 0; attempt < kNameAttempts; ++attempt) {
-        if (OpenFlashMemory(mode, second) == 1) {
-            const unsigned int result = ReadSysDataFromFlash(kNameKind, item->cameraName);
-            CloseFlashMemory();
-            return result;
-        }
-        OS_ThreadSleep(1);
-    }
-    return 0;
 }

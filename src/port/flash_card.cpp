@@ -34,6 +34,8 @@ constexpr int kSpiBusyPolls = 999;
 constexpr int kResponseStartPolls = 1000;
 constexpr int kBusyPolls = 2000;
 constexpr int kNameAttempts = 5;
+constexpr unsigned int kNativeBusFirmware = 41;  // ReadName: the native bus on later firmware
+constexpr unsigned int kNoSecondFlagType = 4;    // ReadName: the camera type without the second flag
 
 constexpr char kMagic[8] = "KAVFLSH";
 constexpr size_t kSystemWordAt = 8;
@@ -303,6 +305,15 @@ unsigned int WithCard(CCamPort& port, unsigned int mode, unsigned int second, St
 unsigned int CCamPort::WriteCameraName(char const* name) {
     return WithCard(*this, m_dwPortState[kModeWord], m_dwPortState[kSecondWord],
                     [&] { return WriteSysDataToFlash(kKindName, name); });
+}
+
+// The card's open flags come from the item: native bus past firmware 41, the second flag for every
+// camera type but 4.
+unsigned int CCamPort::ReadName(_ZP_ENUMITEM* item) {
+    SetFrameSize(128, 128);
+    const unsigned int mode = item->fwVersion > kNativeBusFirmware ? 1 : 0;
+    const unsigned int second = item->cameraType != kNoSecondFlagType ? 1 : 0;
+    return WithCard(*this, mode, second, [&] { return ReadSysDataFromFlash(kKindName, item->cameraName); });
 }
 
 unsigned int CCamPort::ReadWriteCameraComment(unsigned int write, void* comment) {

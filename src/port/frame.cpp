@@ -38,9 +38,10 @@ std::uint32_t Response::WordAt(std::size_t at) const {
            static_cast<std::uint32_t>(m_bytes[at + 3]) << 24;
 }
 
-bool Exchange(CCamPort& port, Command& command, Response& response, int timeoutUs) {
+bool Exchange(CCamPort& port, Command& command, Response& response, int timeoutUs, int asked) {
     response.Clear();
-    return port.SendCmdAndGetRsp(command.Header(), response.Header(), response.Size(), timeoutUs, 0, 0) != 0;
+    const int size = asked < 0 ? response.Size() : std::min(asked, response.Size());
+    return port.SendCmdAndGetRsp(command.Header(), response.Header(), size, timeoutUs, 0, 0) != 0;
 }
 
 unsigned int Send(CCamPort& port, unsigned char code, std::initializer_list<std::uint32_t> words,

@@ -62,8 +62,10 @@ private:
     std::vector<unsigned char> m_bytes;
 };
 
-// One exchange: the response is zeroed first; true when the transport reports a response.
-bool Exchange(CCamPort& port, Command& command, Response& response, int timeoutUs = kTimeoutUs);
+// One exchange: the response is zeroed first; true when the transport reports a response. The
+// transport is asked for the whole response, or for `asked` bytes of it (the rest reads as zero).
+bool Exchange(CCamPort& port, Command& command, Response& response, int timeoutUs = kTimeoutUs,
+              int asked = -1);
 
 // A command of argument words whose answer carries no result (an 8-byte response): 1 when the
 // transport answered, else 0.

@@ -35,8 +35,7 @@ constexpr std::size_t kHalfBytes = 800;
 // One exchange asking the transport for `asked` bytes into a full-size response, so that bytes
 // the transport does not fill read as zero.
 bool StepExchange(CCamPort& port, Command& command, Response& response, int asked) {
-    response.Clear();
-    return port.SendCmdAndGetRsp(command.Header(), response.Header(), asked, kTimeoutUs, 0, 0) != 0;
+    return zp::frame::Exchange(port, command, response, kTimeoutUs, asked);
 }
 
 struct Steps {

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cctype>
-#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -22,12 +21,12 @@
 #include "commands.h"
 #include "exit_codes.h"
 #include "file_io.h"
+#include "frame_read.h"
 #include "interrupt.h"
 #include "png_file.h"
 #include "sequence_files.h"
 #include "work_queue.h"
 #include "zpport/BorderXml.h"
-#include "zpport/CameraSettings.h"
 
 namespace zpcam {
 
@@ -35,8 +34,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// readFlags, the third request word of PoReadData.
-constexpr unsigned int kReadUncompressed = 0x01, kReadBorderOnly = 0x02, kReadJpegStream = 0x04;
 constexpr unsigned int kJpegRoom = 65536;  // header and headroom beyond three bytes per pixel
 constexpr auto kTerminalInterval = std::chrono::milliseconds(500);
 constexpr auto kPlainInterval = std::chrono::seconds(5);
@@ -99,16 +96,13 @@ unsigned int ReadFrame(Job& job, ZP_PORT_HANDLE port, std::vector<unsigned char>
 void Download(Job& job, const DownloadOptions& o, WorkQueue& writers) {
     const OpenCamera camera(job.ref, o.log);
     ZP_PORT_HANDLE port = camera.Handle();
-    _CAMERA_SETTINGS settings{};
-    camera.Check(PoReadFlashMemoryBlocks(port, 0, 0, &settings), "reading the settings");
+    const std::size_t pixels = ReadFramePixels(camera);
     unsigned int latest = 0;
     camera.Check(PoGetLatestFrameIndex(port, &latest), "reading the recorded frame range");
     const unsigned int first = o.range ? o.first : 0, last = o.range ? o.last : latest;
     if (last > latest)
         throw ToolError(kExitUsage, job.ref.label + ": --frames " + o.frames +
                                         " is outside the recording 0-" + std::to_string(latest));
-    const std::size_t pixels =
-        std::size_t{settings.roiWidth} * (settings.binning + 1) * settings.roiHeight * (settings.binning + 1);
     if (pixels == 0) throw ToolError(kExitCamera, job.ref.label + ": the camera reports an empty frame size");
     const bool jpeg = o.format == "jpeg", png = o.format == "png";
     const unsigned int flags = jpeg ? kReadJpegStream : kReadUncompressed;
@@ -134,16 +128,12 @@ void Download(Job& job, const DownloadOptions& o, WorkQueue& writers) {
             const unsigned int result = ReadFrame(job, port, *buffer, frame, flags);
             if (result != 0) ++job.failed;
             camera.Check(result, step);
-            const unsigned int borderRequest[3] = {0, 0, kReadBorderOnly};
-            std::memcpy(&border, borderRequest, sizeof borderRequest);
-            camera.Check(PoReadData(port, &border, sizeof border), "reading the border record");
+            border = ReadBorder(camera);
         }
         std::size_t offset = 0, length = std::size_t{border.Width2} * border.Height2;
         if (jpeg) {
-            std::uint32_t streamLength = 0;
-            std::memcpy(&streamLength, buffer->data(), sizeof streamLength);
-            length = streamLength;
-            offset = sizeof streamLength;
+            length = StreamLength(buffer->data());
+            offset = sizeof(std::uint32_t);
         }
         if (length > size - offset) {
             ++job.failed;
@@ -200,8 +190,7 @@ int RunDownload(DownloadOptions& o) {
     o.range = !o.frames.empty();
     if (o.range && !ParseRange(o.frames, o.first, o.last))
         throw ToolError(kExitUsage, "--frames " + o.frames + ": expected FIRST-LAST, e.g. 0-99");
-    if (::access(o.dir.c_str(), W_OK) != 0)
-        throw ToolError(kExitFile, "cannot write into " + o.dir + ": " + std::strerror(errno));
+    RequireWritableFolder(o.dir);
     CatchInterrupt();
     std::vector<std::unique_ptr<Job>> jobs;
     std::map<std::uint32_t, std::mutex> adapterLocks;
@@ -215,7 +204,7 @@ int RunDownload(DownloadOptions& o) {
     // at normal priority, as writing is the kernel's copy and must keep pace with the transfers.
     const bool png = o.format == "png";
     const unsigned int cores = std::max(1u, std::thread::hardware_concurrency());
-    WorkQueue writers(png ? cores : 1, kBuffersPerCamera * jobs.size(), png);
+    WorkQueue writers(png ? cores : 1, png);
     const auto started = Clock::now();
     std::mutex finishLock;
     std::condition_variable finishSignal;  // a camera finished: the progress loop ends without delay

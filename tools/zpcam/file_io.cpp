@@ -29,6 +29,10 @@ std::string ReadTextFile(const std::string& path) {
     return text.str();
 }
 
+void RequireWritableFolder(const std::string& dir) {
+    if (::access(dir.c_str(), W_OK) != 0) FileFailure("cannot write into", dir);
+}
+
 void WriteTextFile(const std::string& path, const std::string& text) {
     WriteBinaryFile(path, text.data(), text.size());
 }

@@ -13,6 +13,8 @@ std::string ReadTextFile(const std::string& path);
 // final name is never half written.
 void WriteTextFile(const std::string& path, const std::string& text);
 void WriteBinaryFile(const std::string& path, const void* data, std::size_t size);
+// Throws a file error unless `dir` is a folder this process may write into.
+void RequireWritableFolder(const std::string& dir);
 // The same for any writer: `write` fills the temporary file it is given and says whether it succeeded.
 void WriteThroughTemporary(const std::string& path, const std::function<bool(const std::string&)>& write);
 

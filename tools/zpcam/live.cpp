@@ -1,9 +1,7 @@
 // zpcam live CAMERA: one or N live frames to files, as PNG (the port decodes the camera's JPEG
 // stream to grey or RGB pixels) or as the JPEG stream itself.
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -14,17 +12,17 @@
 #include "commands.h"
 #include "exit_codes.h"
 #include "file_io.h"
+#include "frame_read.h"
 #include "interrupt.h"
 #include "png_file.h"
 #include "sequence_files.h"
 #include "zpport/BorderData.h"
-#include "zpport/CameraSettings.h"
 
 namespace zpcam {
 
 namespace {
 
-constexpr unsigned int kLiveFrame = 1, kReadBorderOnly = 0x02, kReadJpegStream = 0x04;
+constexpr unsigned int kLiveFrame = 1;
 constexpr unsigned int kColourSensor = 1;
 // Live frames may be sized apart from the recording: room for at least 2048 x 2048 RGB.
 constexpr std::size_t kMinLivePixels = 2048u * 2048u;
@@ -37,15 +35,11 @@ struct LiveOptions {
 
 int RunLive(const LiveOptions& o) {
     if (o.count == 0) throw ToolError(kExitUsage, "-n must be at least 1");
-    if (::access(o.dir.c_str(), W_OK) != 0)
-        throw ToolError(kExitFile, "cannot write into " + o.dir + ": " + std::strerror(errno));
+    RequireWritableFolder(o.dir);
     CatchInterrupt();
     const OpenCamera camera(ResolveCamera(o.camera), o.log);
     ZP_PORT_HANDLE port = camera.Handle();
-    _CAMERA_SETTINGS settings{};
-    camera.Check(PoReadFlashMemoryBlocks(port, 0, 0, &settings), "reading the settings");
-    const std::size_t pixels =
-        std::size_t{settings.roiWidth} * (settings.binning + 1) * settings.roiHeight * (settings.binning + 1);
+    const std::size_t pixels = ReadFramePixels(camera);
     const bool jpeg = o.format == "jpeg";
     std::vector<unsigned char> buffer(std::max(pixels, kMinLivePixels) * 3 + kHeaderRoom);
     const std::string base = o.dir + "/" + FilePrefix(camera.Ref()) + "_live_";
@@ -55,14 +49,10 @@ int RunLive(const LiveOptions& o) {
         std::memcpy(buffer.data(), request, sizeof request);
         camera.Check(PoReadData(port, buffer.data(), static_cast<unsigned int>(buffer.size())),
                      "reading live frame " + std::to_string(n));
-        BORDER_DATA border{};
-        const unsigned int borderRequest[3] = {0, 0, kReadBorderOnly};
-        std::memcpy(&border, borderRequest, sizeof borderRequest);
-        camera.Check(PoReadData(port, &border, sizeof border), "reading the border record");
+        const BORDER_DATA border = ReadBorder(camera);
         const std::string path = base + Padded(n, 4) + (jpeg ? ".jpg" : ".png");
         if (jpeg) {
-            std::uint32_t length = 0;
-            std::memcpy(&length, buffer.data(), sizeof length);
+            const std::uint32_t length = StreamLength(buffer.data());
             if (length > buffer.size() - sizeof length)
                 throw ToolError(kExitCamera,
                                 camera.Ref().label + ": the JPEG stream is longer than the buffer");

@@ -5,8 +5,7 @@
 
 namespace zpcam {
 
-WorkQueue::WorkQueue(unsigned int threads, std::size_t capacity, bool background)
-    : m_capacity(capacity == 0 ? 1 : capacity) {
+WorkQueue::WorkQueue(unsigned int threads, bool background) {
     for (unsigned int i = 0; i < (threads == 0 ? 1 : threads); ++i)
         m_threads.emplace_back([this, background] { Work(background); });
 }
@@ -21,11 +20,11 @@ WorkQueue::~WorkQueue() {
 }
 
 void WorkQueue::Submit(std::function<void()> task) {
-    std::unique_lock<std::mutex> hold(m_lock);
-    m_changed.wait(hold, [this] { return m_tasks.size() < m_capacity; });
-    m_tasks.push_back(std::move(task));
-    hold.unlock();
-    m_changed.notify_all();
+    {
+        const std::lock_guard<std::mutex> hold(m_lock);
+        m_tasks.push_back(std::move(task));
+    }
+    m_changed.notify_one();
 }
 
 void WorkQueue::Work(bool background) {
@@ -39,7 +38,6 @@ void WorkQueue::Work(bool background) {
         std::function<void()> task = std::move(m_tasks.front());
         m_tasks.pop_front();
         hold.unlock();
-        m_changed.notify_all();  // room for a waiting producer
         task();
     }
 }

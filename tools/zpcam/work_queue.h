@@ -18,15 +18,15 @@ namespace zpcam {
 
 class WorkQueue {
 public:
-    // `capacity` bounds the tasks waiting. Background workers run at a lower scheduling priority
-    // (nice 10 above the process), so that on a busy machine the network side gets the processor first.
-    WorkQueue(unsigned int threads, std::size_t capacity, bool background);
+    // Background workers run at a lower scheduling priority (nice 10 above the process), so that on
+    // a busy machine the network side gets the processor first. The queue itself is not bounded:
+    // producers hold their frames in a BufferPool, which bounds the tasks in flight.
+    WorkQueue(unsigned int threads, bool background);
     // Runs every task already queued, then stops the threads.
     ~WorkQueue();
     WorkQueue(const WorkQueue&) = delete;
     WorkQueue& operator=(const WorkQueue&) = delete;
 
-    // Blocks while the queue is full.
     void Submit(std::function<void()> task);
 
 private:
@@ -35,7 +35,6 @@ private:
     std::mutex m_lock;
     std::condition_variable m_changed;
     std::deque<std::function<void()>> m_tasks;
-    std::size_t m_capacity;
     bool m_stopping = false;
     std::vector<std::thread> m_threads;
 };
