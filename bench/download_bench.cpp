@@ -3,21 +3,27 @@
 // the exported PoReadData, and the floors measured in the same run: a bare UDP receiver taking the
 // same raw segment train straight into a buffer, and libjpeg-turbo decoding the same JPEG stream
 // alone. Host CPU (user + system of this process, listener thread included) per GB received is
-// reported for the raw download. Runs only in a private network namespace (bench_main makes one
-// when run as root).
+// reported for the raw download. The raw download also runs with and without the privilege to
+// force the data socket's receive buffer, to show what the system's cap costs in retries and rate.
+// Runs only in a private network namespace (bench_main makes one when run as root).
 #include <arpa/inet.h>
+#include <linux/capability.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>  // before jpeglib.h, which uses FILE
 #include <jpeglib.h>
+#include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,6 +38,7 @@ namespace {
 constexpr unsigned int kWidth = 1504, kHeight = 1128;
 constexpr unsigned int kRawSize = kWidth * kHeight;
 constexpr unsigned int kRgbSize = kRawSize * 3;
+constexpr unsigned int kFullWidth = 3008, kFullHeight = 2256;  // fills the port's receive buffer exactly
 constexpr unsigned int kFrame = 1;           // the same recorded frame every time
 constexpr unsigned int kReadUncompressed = 1, kReadJpegStream = 4;
 constexpr int kSocketBuffer = 6786048;       // the library's data socket asks for the same
@@ -75,10 +82,10 @@ Link& LinkOf(int kind) {
     return *links[kind];
 }
 
-// The camera opened and set to 1504 x 1128 with 8000-byte segments.
+// The camera opened and set to 1504 x 1128 (or the given size) with 8000-byte segments.
 class OpenCamera {
 public:
-    explicit OpenCamera(const Link& link) {
+    explicit OpenCamera(const Link& link, unsigned int width = kWidth, unsigned int height = kHeight) {
         _ZP_ENUMITEMEX item{};
         item.portId = 0x2001;
         std::snprintf(item.ipText, sizeof item.ipText, "%s", link.cameraIp.c_str());
@@ -88,8 +95,8 @@ public:
             return;
         }
         _CAMERA_SETTINGS settings{};
-        settings.roiWidth = kWidth;
-        settings.roiHeight = kHeight;
+        settings.roiWidth = width;
+        settings.roiHeight = height;
         settings.netPerform = 1000;
         settings.netSpeed = 2;
         if (PoWriteData(m_handle, 0, &settings, sizeof settings) != 0) Close();
@@ -151,6 +158,80 @@ void BM_RawDownload(benchmark::State& state) {
     const double gigabytes = static_cast<double>(state.iterations()) * kRawSize / 1e9;
     state.counters["cpu_s_per_GB"] = (CpuSeconds() - cpuBefore) / gigabytes;
     Label(state, kRawSize);
+}
+
+// Capabilities belong to the thread: without CAP_NET_ADMIN in effect, the data socket cannot force
+// its size and gets at most net.core.rmem_max. False when the set cannot be changed.
+bool SetNetAdmin(bool on) {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[2] = {};
+    if (::syscall(SYS_capget, &header, data) != 0) return false;
+    const unsigned int bit = 1u << CAP_NET_ADMIN;
+    data[0].effective = on ? data[0].effective | bit : data[0].effective & ~bit;
+    return ::syscall(SYS_capset, &header, data) == 0;
+}
+
+// A folder of its own under $TMPDIR for the port's trace, removed with its files at the end.
+class TraceFolder {
+public:
+    TraceFolder() {
+        const char* base = std::getenv("TMPDIR");
+        std::string pattern = std::string(base != nullptr ? base : "/tmp") + "/zpbench-XXXXXX";
+        if (::mkdtemp(&pattern[0]) != nullptr) m_path = pattern;
+    }
+    ~TraceFolder() {
+        if (m_path.empty()) return;
+        ::unlink(File().c_str());
+        ::rmdir(m_path.c_str());
+    }
+    bool Valid() const { return !m_path.empty(); }
+    std::string Name() const { return m_path + "/trace.log"; }  // the port adds its number
+    std::string File() const { return m_path + "/trace_0000000001.log"; }
+    int Count(const std::string& text) const {
+        std::ifstream in(File());
+        std::stringstream all;
+        all << in.rdbuf();
+        const std::string trace = all.str();
+        int n = 0;
+        for (std::size_t at = trace.find(text); at != std::string::npos; at = trace.find(text, at + 1)) ++n;
+        return n;
+    }
+
+private:
+    std::string m_path;
+};
+
+// The raw download traced (for its retries), with the receive buffer forced to the size the port
+// asks (range 1: 0) or capped by the system (1), of a 1504 x 1128 frame (range 2: 0) or of one as
+// large as the buffer asked (1). Frames that fail after all their attempts are counted, not fatal.
+void BM_RawDownloadReceiveBuffer(benchmark::State& state) {
+    const Link& link = LinkOf(static_cast<int>(state.range(0)));
+    const bool capped = state.range(1) != 0;
+    const bool full = state.range(2) != 0;
+    const unsigned int frameSize = full ? kFullWidth * kFullHeight : kRawSize;
+    OpenCamera camera(link, full ? kFullWidth : kWidth, full ? kFullHeight : kHeight);
+    if (!Prepared(state, link, camera)) return;
+    TraceFolder trace;
+    if (!trace.Valid() || (capped && !SetNetAdmin(false))) {
+        state.SkipWithError("cannot make the trace folder or drop CAP_NET_ADMIN");
+        return;
+    }
+    PoEnablePortLog(camera.Handle(), 1, trace.Name().c_str(), 1);
+    std::vector<unsigned char> buffer(frameSize);
+    int failed = 0;
+    for (auto _ : state) failed += Read(camera.Handle(), buffer, kReadUncompressed) ? 0 : 1;
+    if (capped) SetNetAdmin(true);
+    if (trace.Count("ERR: ReadData receive buffer") != (capped ? 1 : 0)) {
+        state.SkipWithError(capped ? "the buffer was not capped (net.core.rmem_max is large enough)"
+                                   : "the buffer was capped although forced");
+        return;
+    }
+    const auto frames = static_cast<double>(state.iterations());
+    state.counters["retries_per_frame"] = trace.Count("ERR: ReadData retrying") / frames;
+    state.counters["failed_frames"] = failed;
+    Label(state, frameSize);
+    const std::string where = state.range(0) == 0 ? "loopback" : "veth";
+    state.SetLabel(where + (capped ? ", capped" : ", forced") + (full ? ", 3008 x 2256" : ""));
 }
 
 // The floor of the raw download: the same request line, and a receiver that takes the border,
@@ -293,6 +374,10 @@ void BM_JpegFloorDecodeOnly(benchmark::State& state) {
 }
 
 BENCHMARK(BM_RawDownload)->Arg(0)->Arg(1)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RawDownloadReceiveBuffer)
+    ->ArgsProduct({{0, 1}, {0, 1}, {0, 1}})
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RawFloorBareUdp)->Arg(0)->Arg(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_JpegDownload)->Arg(0)->Arg(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_JpegFloorDecodeOnly)->Arg(0)->UseRealTime()->Unit(benchmark::kMillisecond);

@@ -10,6 +10,7 @@
 
 #include "OSLayer.h"
 #include "XTrace.h"
+#include "CameraSettings.h"
 #include "ZpExport.h"
 #include "ZpPortTW.h"
 
@@ -66,6 +67,17 @@ public:
     unsigned int ReadRecordedSegmentCount(unsigned int* count);
 
     // Flash block transfers and program steps (non-virtual helpers).
+
+    // Settings, filter and tone-table upload over the binary frame (non-virtual helpers).
+    // SendParameter up to five times, 1 ms apart; the first non-zero result, or 0.
+    unsigned int SendParameterEx(unsigned int parameter, unsigned int value);
+    // 1 without sending when the values are equal, else SendParameterEx(parameter, newValue).
+    unsigned int CheckAndSendParameter(unsigned int parameter, unsigned int newValue, unsigned int oldValue);
+    // Colour matrix, tone table, threshold and denoise tables from a settings record; 1/0.
+    unsigned int SetFilter(_CAMERA_SETTINGS* settings);
+    // A 4096-entry tone table in four blocks; model and pixelBits are accepted and not used.
+    unsigned int SendLookupTable(unsigned int model, unsigned int pixelBits, unsigned short* table,
+                                 unsigned int flags);
 
     // Operations, in table order. Results: non-zero success, 0 failure (unsupported).
     virtual unsigned int WiFiEnumAccessPoints(_ZP_ENUMITEMEX* item, _RSP_WIFISCAN_DATA* data);
@@ -172,7 +184,7 @@ protected:
     unsigned int m_nErrorCode;                  // written only by failing operations
     OS_SEMAPHORE m_hLock;                       // outer lock; made by the concrete port's open
     unsigned int m_dwPortState[5];
-    unsigned int m_dwDefaultOn;
+    unsigned int m_dwDefaultOn;                 // tone-filter mode (register 0x1111): 0 the 8-bit filter
     unsigned char m_abyBlock16[16];
     unsigned int m_dwTransferLimit[2];
     unsigned int m_dwConnectionFlag;
@@ -194,6 +206,34 @@ protected:
     unsigned int m_dwTraceChannel;              // first argument of every trace call of the port
     unsigned int m_dwSpare;
     ConstraintMap m_RegisterConstraints;        // register -> (clear mask, set mask)
+
+    // What the settings and filter upload must know of the camera model. The base leaves every
+    // fact at its neutral value; a port with a binary transport fills them when it opens.
+    struct ModelFacts {
+        unsigned int modelCode = 0;
+        unsigned int clock = 0;              // sensor clock in Hz
+        unsigned int revision = 0;           // firmware revision
+        unsigned int featureWord = 0;        // bits 0x800 and 0x200 drop some parameters
+        unsigned char featureFlags[8] = {};  // bit 0x08 of byte 5: the extended parameters
+        unsigned int capability = 0;         // bit 0x800000: 11/12-bit tone path
+        char variant = 0;                    // 'L' sets bit 30 of the filter flags
+        bool modelOption = false;
+        bool gainKeep = false;
+        bool twelveBit = false;
+        bool tenOrTwelveBit = false;
+        bool denoiseSupported = false;
+        bool denoiseScale = false;
+        bool halfBlocks = false;             // tone-table blocks sent as two half commands
+    };
+    ModelFacts m_Model;
+    unsigned int m_dwParameter17 = 0xFFFFFFFFu;  // cached parameter 17; all ones: not read yet
+    unsigned char m_abyLastSettings[1024] = {};   // the last record uploaded completely
+    unsigned int m_dwSettingsValid = 0;
+
+    // Steps of WriteData2: the changed fields as parameters, then the filter flags (written back
+    // into the record) when they changed. False as soon as a send fails.
+    bool SendChangedParameters(const unsigned char* record);
+    bool SendFilterFlags(unsigned char* record);
 };
 
 #endif  // ZPPORT_CAMPORT_H

@@ -64,8 +64,20 @@ public:
     unsigned int Reset() override;
     unsigned int ReadWriteCameraComment(unsigned int write, void* comment) override;
 
+    // Exported calls in progress on the port: Close refuses new ones (false) and waits for these
+    // to leave before the object may go.
+    bool EnterCall() {
+        m_nCallsInProgress.fetch_add(1);
+        if (m_dwClosing.load() == 0) return true;
+        LeaveCall();
+        return false;
+    }
+    void LeaveCall() { m_nCallsInProgress.fetch_sub(1); }
+
     // Adapter address given to LinkInit; 0 means every adapter.
     static unsigned int m_nEnumIPAdd;
+    // Receive buffer asked for the image data socket: a whole frame can queue while the thread waits.
+    static constexpr int kDataReceiveBufferSize = 6786048;
 
 protected:
     // Listener set-up and shut-down; the listener thread owns the socket once it runs.
@@ -73,9 +85,11 @@ protected:
     void StopListener();
     static void* AnnouncementsThread(void* port);
     void ListenLoop(int socket);
+    int TakeAnnouncement(int socket, char* buffer, unsigned int cameraAddress);
     void KeepAlive(char* buffer, unsigned int& failures);
     void Announce(char* buffer, const char* sender);
     void DestroyLocks();
+    unsigned int SendOpenSequence();
 
     // An ordinary command to the port's camera: the line is formatted into buffer, which then
     // receives the reply. Returns the link's result.
@@ -119,6 +133,9 @@ protected:
     unsigned short m_wLiveSelector;     // live data-port selector; no setter, stays 0
     std::atomic<unsigned int> m_dwTransferActive;  // a download is in progress
     unsigned char m_byLookupConversion;  // converts raw frames through the tone table; no setter, stays 0
+    std::atomic<int> m_nCallsInProgress{0};         // exported calls inside the port
+    std::atomic<unsigned int> m_dwClosing{0};        // set by Close: downloads end, calls are refused
+    std::atomic<unsigned int> m_dwCappedBufferTraced{0};  // the small data receive buffer was traced
 };
 
 #endif  // ZPPORT_TWPORT_H

@@ -38,8 +38,9 @@ unsigned int PoOpen(_ZP_ENUMITEMEX* item, ZP_PORT_HANDLE* out) {
         *out = HandleOf(port);
         return kSuccess;
     }
-    // Deliberately not freed: the announcement listener may already run and refers to the port.
+    // Deliberately freed: the failed open has stopped its listener, so nothing refers to the port.
     const unsigned int error = port->GetErrorCode();
+    delete port;
     return error != 0 ? error : kFailure;
 }
 
@@ -47,7 +48,7 @@ unsigned int PoClose(ZP_PORT_HANDLE handle) {
     CCamPort* port = PortOf(handle);
     if (port == nullptr) return kNullHandle;
     auto* twPort = static_cast<CTWPort*>(port);
-    twPort->Close();
+    twPort->Close();  // returns once calls in progress on other threads have left the port
     delete twPort;
     return kSuccess;
 }

@@ -2,6 +2,7 @@
 // image reads that hand back the operation's own result.
 #include "api/port_handle.h"
 
+using zp::api::CallInProgress;
 using zp::api::Forward;
 using zp::api::kFailure;
 using zp::api::kNullHandle;
@@ -48,6 +49,8 @@ unsigned int PoReadFlashMemoryBlocks(ZP_PORT_HANDLE handle, unsigned int first, 
                                      void* buffer) {
     CCamPort* port = PortOf(handle);
     if (port == nullptr) return kNullHandle;
+    const CallInProgress call(port);
+    if (!call.Admitted()) return kFailure;
     switch (port->ReadFlashMemoryBlocks(first, count, buffer)) {
         case 1:
             return kSuccess;
@@ -81,6 +84,8 @@ unsigned int PoReadFlashMemorySize(ZP_PORT_HANDLE handle, unsigned int* megabyte
 unsigned int PoPreReadImage(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, unsigned int c) {
     CCamPort* port = PortOf(handle);
     if (port == nullptr) return kNullHandle;
+    const CallInProgress call(port);
+    if (!call.Admitted()) return 0;  // the operation's own failure value
     return port->PreReadImage(a, b, c);
 }
 
@@ -89,6 +94,8 @@ unsigned int PoReadImage(ZP_PORT_HANDLE handle, unsigned int a, unsigned int b, 
                          unsigned char* buffer, unsigned int size, int d, unsigned int e, unsigned int* f) {
     CCamPort* port = PortOf(handle);
     if (port == nullptr) return kNullHandle;
+    const CallInProgress call(port);
+    if (!call.Admitted()) return 0;  // the operation's own failure value
     return port->ReadImage(a, b, c, buffer, size, d, e, f);
 }
 

@@ -3,6 +3,7 @@
 #define ZPPORT_API_PORT_HANDLE_H
 
 #include <zpport/CamPort.h>
+#include <zpport/TWPort.h>
 #include <zpport/ZpPortTW.h>
 
 namespace zp::api {
@@ -24,11 +25,34 @@ inline unsigned int Negated(unsigned int result) {
     return result != 0 ? kSuccess : kFailure;
 }
 
-// Null handle gives 2; otherwise runs the operation on the port and negates its result.
+// One exported call in progress on an Ethernet port, so that PoClose waits for it to leave.
+// Refused (Admitted() false) once the port is closing. Other port types are not counted.
+class CallInProgress {
+public:
+    explicit CallInProgress(CCamPort* port) : m_port(dynamic_cast<CTWPort*>(port)) {
+        m_admitted = m_port == nullptr || m_port->EnterCall();
+    }
+    ~CallInProgress() {
+        if (m_port != nullptr && m_admitted) m_port->LeaveCall();
+    }
+    CallInProgress(const CallInProgress&) = delete;
+    CallInProgress& operator=(const CallInProgress&) = delete;
+
+    bool Admitted() const { return m_admitted; }
+
+private:
+    CTWPort* m_port;
+    bool m_admitted;
+};
+
+// Null handle gives 2, a closing port 1; otherwise runs the operation on the port and negates
+// its result.
 template <typename Operation>
 unsigned int Forward(ZP_PORT_HANDLE handle, Operation operation) {
     CCamPort* port = PortOf(handle);
     if (port == nullptr) return kNullHandle;
+    const CallInProgress call(port);
+    if (!call.Admitted()) return kFailure;
     return Negated(operation(*port));
 }
 

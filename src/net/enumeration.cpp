@@ -106,12 +106,12 @@ void CloseSockets(EnumContext& context) {
 }
 
 void CollectAnswers(EnumContext& context) {
-    context.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(zpnet::kEnumWaitMs) -
-                       zpnet::kEnumWorkerMargin;
+    context.deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(zpnet::kEnumWaitMs);
     OS_THREAD worker = OS_ThreadCreate(zpnet::EnumerateThread, &context, 0);
     if (worker == nullptr) return;
-    // A worker still running after the wait is stuck: it is cancelled at its next wait for datagrams.
-    OS_ThreadWait(worker, zpnet::kEnumWaitMs);
+    // Deliberately longer than the bound: the worker listens the whole 1500 ms and ends on its own
+    // within the margin; one still running after it is stuck and is cancelled at its next wait.
+    OS_ThreadWait(worker, zpnet::kEnumWaitMs + zpnet::kEnumWorkerMargin.count());
     OS_ThreadDestroy(worker);
 }
 

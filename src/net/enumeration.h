@@ -13,9 +13,9 @@
 namespace zpnet {
 
 constexpr int kMaxEnumAdapters = 64;
-constexpr uint64_t kEnumWaitMs = 1500;      // the caller's bound on the worker
-// The worker ends itself this much before the caller's bound, so that it is cancelled only when
-// it is stuck.
+constexpr uint64_t kEnumWaitMs = 1500;      // the worker listens this long
+// The caller waits this much past the listening window for the worker to end on its own, so that it
+// is cancelled only when it is stuck.
 constexpr std::chrono::milliseconds kEnumWorkerMargin{100};
 constexpr long kEnumQuietUs = 500000;       // a quiet half-second ends the worker
 constexpr int kEnumProtocolAscii = 2;       // 0 and 1: binary request and answers

@@ -83,6 +83,7 @@ void os_ThreadFinishedSignal(ThreadRecord* record) {
         return;
     }
     record->state = kThreadFinished;
+    record->exited = true;
     pthread_cond_broadcast(&record->condition);
     error = pthread_mutex_unlock(&record->mutex);
     if (error != 0) {
@@ -202,7 +203,10 @@ int os_ThreadCancel(ThreadRecord* record) {
         std::fprintf(stderr, "%s: Error locking mutex\n", kCancelName);
         return 1;
     }
-    const int result = record->state == kThreadFinished ? 0 : CancelAndAwaitFinish(record);
+    // A resumed finished worker reads as running again, but its thread id may now name another
+    // thread: an exited worker is never cancelled, so terminate and destroy end at once.
+    const bool gone = record->state == kThreadFinished || record->exited;
+    const int result = gone ? 0 : CancelAndAwaitFinish(record);
     if (pthread_mutex_unlock(&record->mutex) != 0) {
         std::fprintf(stderr, "%s: Error unlocking mutex\n", kCancelName);
         return 1;
@@ -279,6 +283,7 @@ OS_THREAD OS_ThreadCreate(OS_THREAD_ROUTINE start, void* arg, unsigned int start
     record->waiters = 0;
     record->routine = start;
     record->argument = arg;
+    record->exited = false;
     if (!zp::os::StartDetached(record)) {
         // Nobody can hold the record yet, so it is released here rather than left behind.
         zp::os::FreeRecord(record);

@@ -28,6 +28,7 @@ struct ThreadRecord {
     int32_t waiters;              // callers blocked in OS_ThreadWait; guarded by mutex
     OS_THREAD_ROUTINE routine;
     void* argument;
+    bool exited;  // the worker has left for good, whatever state a resume set since; guarded by mutex
 };
 
 inline bool HasThreadMagic(const void* handle) {

@@ -1,5 +1,6 @@
 // One image transfer: the data socket, the image request, and the segment train received
 // straight into the caller's buffer.
+#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -7,8 +8,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
 
@@ -21,10 +24,15 @@ using namespace zptw;
 
 namespace {
 
-constexpr int kDataReceiveBuffer = 6786048;  // a whole frame can queue while the thread waits
+constexpr int kDataReceiveBuffer = CTWPort::kDataReceiveBufferSize;
 constexpr int kLiveFirstWaitUs = 500000;
 constexpr int kRecordedFirstWaitUs = 8000000;
 constexpr int kNextWaitUs = 1000000;
+// Every attempt ends within its first wait plus this much per byte of the buffer (a floor of
+// 1 MB/s), however the datagrams arrive.
+constexpr std::int64_t kAttemptUsPerByte = 1;
+// Waits are cut into slices of this length so that a closing port ends a download promptly.
+constexpr std::int64_t kWaitSliceUs = 20000;
 // An empty socket in the middle of a train: let segments gather for this long before waiting, so
 // one wake-up takes several of them instead of one each.
 constexpr long kGatherNs = 100000;
@@ -34,8 +42,11 @@ constexpr unsigned short kLiveSelectorMask = 1;
 // ImageFunction results beside 1 (complete), -1 (socket), -2 (time-out) and -3 (out of order).
 constexpr int kImageTooLarge = -4;
 constexpr int kBadTrain = -5;
-// MyReadData result for an image that cannot fit the caller's buffer: retrying would not help.
+constexpr int kImageClosing = -6;
+// MyReadData results: an image that cannot fit the caller's buffer (retrying would not help), and
+// a port that is closing.
 constexpr int kReadImageTooLarge = -9;
+constexpr int kReadClosing = -10;
 
 class SocketGuard {
 public:
@@ -48,11 +59,30 @@ private:
     int m_socket;
 };
 
-// > 0 readable, 0 time-out, -1 failure.
-int WaitReadable(int socket, int timeoutUs) {
-    pollfd entry{socket, POLLIN, 0};
-    const timespec limit{timeoutUs / 1000000, (timeoutUs % 1000000) * 1000L};
-    return ::ppoll(&entry, 1, &limit, nullptr);
+std::int64_t NowUs() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::int64_t>(now.tv_sec) * 1000000 + now.tv_nsec / 1000;
+}
+
+enum class Wait { kReadable, kTimeout, kDeadline, kClosing, kFailed };
+
+// Waits for a datagram for timeoutUs, but not past the attempt's deadline, in slices that watch
+// the port's closing flag.
+Wait WaitReadable(int socket, int timeoutUs, std::int64_t deadlineUs,
+                  const std::atomic<unsigned int>& closing) {
+    const std::int64_t end = std::min(NowUs() + timeoutUs, deadlineUs);
+    for (;;) {
+        if (closing.load() != 0) return Wait::kClosing;
+        const std::int64_t left = end - NowUs();
+        if (left <= 0) return end == deadlineUs ? Wait::kDeadline : Wait::kTimeout;
+        const std::int64_t slice = std::min(left, kWaitSliceUs);
+        pollfd entry{socket, POLLIN, 0};
+        const timespec limit{static_cast<time_t>(slice / 1000000),
+                             static_cast<long>(slice % 1000000) * 1000L};
+        const int ready = ::ppoll(&entry, 1, &limit, nullptr);
+        if (ready != 0) return ready > 0 ? Wait::kReadable : Wait::kFailed;
+    }
 }
 
 // The forced size lifts the system's cap where the process may; otherwise the ordinary request.
@@ -60,6 +90,14 @@ bool EnlargeReceiveBuffer(int socket) {
     const int size = kDataReceiveBuffer;
     if (::setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &size, sizeof size) == 0) return true;
     return ::setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &size, sizeof size) == 0;
+}
+
+// The size the kernel granted; it reports twice the size set (its bookkeeping included).
+int ReceiveBufferSize(int socket) {
+    int size = 0;
+    socklen_t length = sizeof size;
+    if (::getsockopt(socket, SOL_SOCKET, SO_RCVBUF, &size, &length) != 0) return -1;
+    return size / 2;
 }
 
 void CopyLine(char* line, const std::string& text) {
@@ -83,6 +121,14 @@ int CTWPort::MyReadData(void* buffer, unsigned int* size, unsigned char address,
         m_Trace.Trace(m_dwTraceChannel, 0, "ERR: ReadData setsockopt = %d", -1);
         return -8;
     }
+    // Without the privilege to force it, the system's maximum caps the buffer and a fast train
+    // overflows it: said once per port, with the setting that lifts the cap.
+    const int granted = ReceiveBufferSize(sock);
+    if (granted < kDataReceiveBuffer && m_dwCappedBufferTraced.exchange(1) == 0)
+        m_Trace.Trace(m_dwTraceChannel, 0,
+                      "ERR: ReadData receive buffer %d bytes of %d asked: raise it with sysctl -w "
+                      "net.core.rmem_max=%d",
+                      granted, kDataReceiveBuffer, kDataReceiveBuffer);
     sockaddr_in local{};
     local.sin_family = AF_INET;
     local.sin_port = htons(port);
@@ -120,6 +166,7 @@ int CTWPort::MyReadData(void* buffer, unsigned int* size, unsigned char address,
     const int capacity = static_cast<int>(std::min<unsigned int>(*size, INT_MAX));
     const int received = ImageFunction(sock, static_cast<char*>(buffer), capacity, imageLength, firstWait);
     if (received == kImageTooLarge) return kReadImageTooLarge;
+    if (received == kImageClosing) return kReadClosing;
     if (received != 1) return -2;
     *size = static_cast<unsigned int>(imageLength);
     return 0;
@@ -131,15 +178,29 @@ int CTWPort::ImageFunction(int socket, char* buffer, int size, int& imageLength,
     const std::size_t capacity = size > 0 ? static_cast<std::size_t>(size) : 0;
     TrainProgress train(capacity);
     std::size_t limit = std::max<std::size_t>(capacity, kMinReceiveSize);
+    // Only the camera's datagrams count: others on the data port are dropped unread.
+    const in_addr_t camera = ::inet_addr(m_szCameraAddress);
+    // The attempt's overall bound: a stream that never completes the image cannot hold it.
+    const std::int64_t boundUs = timeout + kAttemptUsPerByte * static_cast<std::int64_t>(capacity);
+    const std::int64_t deadline = NowUs() + boundUs;
     int wait = timeout;
     int waits = 0;
     while (!train.Complete()) {
+        if (m_dwClosing.load() != 0) return kImageClosing;
+        if (NowUs() >= deadline) {
+            m_Trace.Trace(m_dwTraceChannel, 0, "ERR: ImageFunction no image within %d ms after %d segments",
+                          static_cast<int>(boundUs / 1000), train.Datagrams());
+            return -2;
+        }
         iovec parts[2];
         parts[0].iov_base = image + train.Position();
         parts[0].iov_len = std::min(train.Remaining(), limit);
         parts[1].iov_base = spill;
         parts[1].iov_len = std::min(kSpillSize, limit - parts[0].iov_len);
+        sockaddr_in sender{};
         msghdr message{};
+        message.msg_name = &sender;
+        message.msg_namelen = sizeof sender;
         message.msg_iov = parts;
         message.msg_iovlen = 2;
         // Wait only when nothing is queued: one system call per datagram while the train flows.
@@ -151,19 +212,26 @@ int CTWPort::ImageFunction(int socket, char* buffer, int size, int& imageLength,
         }
         if (received < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
             ++waits;
-            const int ready = WaitReadable(socket, wait);
-            if (ready < 0) {
-                m_Trace.Trace(m_dwTraceChannel, 0, "ERR: ImageFunction socket = %d", ready);
-                return -1;
+            switch (WaitReadable(socket, wait, deadline, m_dwClosing)) {
+                case Wait::kFailed:
+                    m_Trace.Trace(m_dwTraceChannel, 0, "ERR: ImageFunction socket = %d", -1);
+                    return -1;
+                case Wait::kTimeout:
+                    m_Trace.Trace(m_dwTraceChannel, 0,
+                                  "ERR: ImageFunction Select Timeout (%d) = %d after %d segments", wait, 0,
+                                  train.Datagrams());
+                    return -2;
+                case Wait::kClosing:
+                    return kImageClosing;
+                case Wait::kDeadline:
+                    continue;  // traced at the top of the loop
+                case Wait::kReadable:
+                    break;
             }
-            if (ready == 0) {
-                m_Trace.Trace(m_dwTraceChannel, 0,
-                              "ERR: ImageFunction Select Timeout (%d) = %d after %d segments", wait, 0,
-                              train.Datagrams());
-                return -2;
-            }
+            message.msg_namelen = sizeof sender;
             received = ::recvmsg(socket, &message, 0);
         }
+        if (received >= 0 && sender.sin_addr.s_addr != camera) continue;
         wait = kNextWaitUs;
         if (received <= 0) {
             m_Trace.Trace(m_dwTraceChannel, 0, "ERR: ImageFunction recvfrom = %d",

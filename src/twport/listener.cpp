@@ -1,6 +1,7 @@
 // The announcement listener: one thread per open port that reads the camera's announcements,
 // probes a silent camera with a keep-alive and reports loss and return of the link.
 #include <arpa/inet.h>
+#include <errno.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -22,6 +23,7 @@ constexpr uint32_t kSilenceMs = 9999;           // a keep-alive goes out after m
 constexpr unsigned int kFailuresTolerated = 2;  // the failure after the third in a row reports
 constexpr unsigned int kEventState = 0xA4;
 constexpr size_t kCallbackTextPos = 9;
+constexpr ssize_t kMinAnnouncement = 9;  // "#", address, field, event code and two digits of data
 
 int WaitReadable(int socket, long timeoutUs) {
     pollfd entry{socket, POLLIN, 0};
@@ -89,32 +91,17 @@ void* CTWPort::AnnouncementsThread(void* port) {
 
 void CTWPort::ListenLoop(int sock) {
     char buffer[kLineBufferSize];
+    in_addr camera{};
+    ::inet_aton(m_szCameraAddress, &camera);  // unreadable: 0.0.0.0, which sends nothing
     uint32_t lastActivity = OS_GetTickCount();
     unsigned int failures = 0;
     for (;;) {
         std::memset(buffer, 0, sizeof buffer);
         const int ready = WaitReadable(sock, kListenerSliceUs);
         if (ready < 0 || m_dwStopListener.load() != 0) break;
-        if (ready > 0) {
-            sockaddr_in sender{};
-            socklen_t senderSize = sizeof sender;
-            // One byte stays zero: the text is terminated whatever the datagram's length.
-            const ssize_t received = ::recvfrom(sock, buffer, sizeof buffer - 1, 0,
-                                                reinterpret_cast<sockaddr*>(&sender), &senderSize);
-            if (received == 0 || received == -1) break;
-            char senderText[INET_ADDRSTRLEN] = {};
-            ::inet_ntop(AF_INET, &sender.sin_addr, senderText, sizeof senderText);
-            if (m_Trace.IsLogEnabled() != 0) {
-                char printable[kLineBufferSize];
-                m_Trace.Trace(m_dwTraceChannel, 1, "ANN: Received announcement from %s on socket %d",
-                              senderText, sock);
-                m_Trace.GetTWCommandString(buffer, printable);
-                m_Trace.Trace(m_dwTraceChannel, 1, "ANN: %s", printable);
-            }
-            if ((hex2c(buffer + 5) & 0xFFu) == kEventState) {
-                m_byCameraState.store(static_cast<unsigned char>(hex2c(buffer + 7)));
-            }
-            Announce(buffer, senderText);
+        const int taken = ready > 0 ? TakeAnnouncement(sock, buffer, camera.s_addr) : 0;
+        if (taken < 0) break;
+        if (taken > 0) {
             lastActivity = OS_GetTickCount();
             failures = 0;
         } else if (static_cast<uint32_t>(OS_GetTickCount() - lastActivity) > kSilenceMs) {
@@ -124,6 +111,40 @@ void CTWPort::ListenLoop(int sock) {
     }
     // The thread owns the socket once it runs; CloseOnce makes sure the number is closed once only.
     CloseOnce(m_nAnnSocket);
+}
+
+// Reads one datagram: 1 when it was an announcement of this port's camera (its state and the callback
+// taken), 0 when it was ignored, -1 when the socket failed.
+int CTWPort::TakeAnnouncement(int sock, char* buffer, unsigned int cameraAddress) {
+    sockaddr_in sender{};
+    socklen_t senderSize = sizeof sender;
+    // One byte stays zero: the text is terminated whatever the datagram's length.
+    const ssize_t received =
+        ::recvfrom(sock, buffer, kLineBufferSize - 1, 0, reinterpret_cast<sockaddr*>(&sender), &senderSize);
+    if (received < 0) return errno == EINTR || errno == EAGAIN ? 0 : -1;
+    char senderText[INET_ADDRSTRLEN] = {};
+    ::inet_ntop(AF_INET, &sender.sin_addr, senderText, sizeof senderText);
+    // Deliberately ignored: empty and short datagrams, and other cameras' announcements on the shared
+    // group, neither end the listener nor touch this port's state, silence timer or callback.
+    if (received < kMinAnnouncement || sender.sin_addr.s_addr != cameraAddress) {
+        if (m_Trace.IsLogEnabled() != 0) {
+            m_Trace.Trace(m_dwTraceChannel, 1, "ANN: Ignored %d bytes from %s", static_cast<int>(received),
+                          senderText);
+        }
+        return 0;
+    }
+    if (m_Trace.IsLogEnabled() != 0) {
+        char printable[kLineBufferSize];
+        m_Trace.Trace(m_dwTraceChannel, 1, "ANN: Received announcement from %s on socket %d", senderText,
+                      sock);
+        m_Trace.GetTWCommandString(buffer, printable);
+        m_Trace.Trace(m_dwTraceChannel, 1, "ANN: %s", printable);
+    }
+    if ((hex2c(buffer + 5) & 0xFFu) == kEventState) {
+        m_byCameraState.store(static_cast<unsigned char>(hex2c(buffer + 7)));
+    }
+    Announce(buffer, senderText);
+    return 1;
 }
 
 void CTWPort::Announce(char* buffer, const char* sender) {

@@ -45,7 +45,17 @@ unsigned int CTWPort::Open(_ZP_ENUMITEMEX* item) {
     std::memcpy(m_szCameraAddress, item->ipText, length);
     m_szCameraAddress[length] = '\0';
     if (!StartListener()) return 0;
+    if (SendOpenSequence() == 1) return 1;
+    // Deliberately undone: a failed open stops its listener and closes its socket, so that no thread
+    // or keep-alive outlives it and the object can be freed.
+    StopListener();
+    DestroyLocks();
+    return 0;
+}
 
+// The camera's address byte, then the lines that bring the camera into a known state, then the
+// locks. 0 at the first command that fails.
+unsigned int CTWPort::SendOpenSequence() {
     char buffer[kLineBufferSize];
     std::memcpy(buffer, "54\r\n", 5);
     if (SendLine(buffer, kCommandTimeoutUs) != 1) return 0;
@@ -93,6 +103,10 @@ unsigned int CTWPort::Open(_ZP_ENUMITEMEX* item) {
 }
 
 void CTWPort::Close() {
+    // Calls in progress on other threads end first (a download aborts at its next wait slice) and
+    // new ones are refused, so that nothing uses the port once it is closed and freed.
+    m_dwClosing.store(1);
+    while (m_nCallsInProgress.load() != 0) OS_ThreadSleep(1);
     const unsigned int state = m_byCameraState.load();
     if (IsStateIn(state, 5, 6)) {
         char buffer[kLineBufferSize];

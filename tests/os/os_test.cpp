@@ -134,8 +134,12 @@ TEST(Threads, SuspendOnlyInAWorkerUntilResumeAndResumeAlsoUndoesAFinish) {
         EXPECT_EQ(OS_ThreadResume(w.handle), OS_OK);
         EXPECT_EQ(w.State(), zp::os::kThreadRunning);
         EXPECT_EQ(OS_ThreadWait(w.handle, 300), OS_ERR_TIMEOUT) << "waits for a finish that already happened";
-        w.Field(&ThreadRecord::state, zp::os::kThreadFinished);  // the worker is gone: nothing to cancel
-        EXPECT_EQ(OS_ThreadDestroy(w.handle), OS_OK);
+        Worker other(kSpin);         // may be given the gone worker's thread id
+        std::atomic<int> ended{-1};  // a hang here must fail the test, not stop it
+        std::thread([&] { ended = OS_ThreadTerminate(w.handle) + OS_ThreadDestroy(w.handle); }).detach();
+        ASSERT_TRUE(Eventually([&] { return ended == OS_OK; })) << "the worker is gone: nothing to cancel";
+        EXPECT_EQ(OS_ThreadWait(other.handle, 0), OS_ERR_TIMEOUT) << "nor is the thread with its old id";
+        EXPECT_EQ(OS_ThreadDestroy(other.handle), OS_OK);
     }
     std::atomic<int> result{-1};
     std::thread([&] { result = OS_ThreadSuspend(); }).join();

@@ -95,17 +95,22 @@ TEST(SdCard, NameAndCommentRoundTripThroughTheSystemBlockOnBothBuses) {
         EXPECT_EQ(card.ReadWriteCameraComment(1, comment.data()), 1u);
         _ZP_ENUMITEM item{};
         item.fwVersion = mode == 1 ? 42 : 41;  // the native bus from firmware 42 on
+        item.cameraType = mode == 1 ? 4 : 3;   // type 4 opens without the second flag
         EXPECT_EQ(card.ReadName(&item), 1u);
         EXPECT_STREQ(item.cameraName, "rig camera 3");
+        EXPECT_EQ(card.PortState()[zp::flash::kSecondWord], mode == 1 ? 0u : 1u);
         EXPECT_EQ(card.ReadWriteCameraComment(0, out), 1u);
         EXPECT_EQ(std::string(out), std::string(371, 'c'));
-        card.blocks[0][11] = 0x7F;  // the system word
+        ASSERT_EQ(card.OpenFlashMemory(mode, 0), 1u);
+        EXPECT_EQ(card.WriteSysDataToFlash(0, "\0\0\0\x7F"), 1u);  // the system word, beside the name
         EXPECT_EQ(card.ReadSysDataFromFlash(0, out), 1u);
         EXPECT_EQ(Bytes(out, out + 4), (Bytes{0, 0, 0, 0x7F}));
+        EXPECT_EQ(Bytes(card.blocks[0].begin() + 8, card.blocks[0].begin() + 13), (Bytes{0, 0, 0, 0x7F, 'r'}));
         SdCard absent(mode);  // never ready: five opens, then 0
         absent.busyOpConds = 1000;
         EXPECT_EQ(absent.ReadWriteCameraComment(0, out), 0u);
-        EXPECT_EQ(absent.frames.size(), 5u * (mode == 1 ? 21u : 17u));
+        EXPECT_EQ(absent.ReadName(&item), 0u);
+        EXPECT_EQ(absent.frames.size(), 10u * (mode == 1 ? 21u : 17u));
     }
 }
 

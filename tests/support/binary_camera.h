@@ -58,6 +58,9 @@ public:
     unsigned int& ErrorCode() { return m_nErrorCode; }
     unsigned int& CameraType() { return m_dwCameraType; }
     unsigned int& PendingPrepare() { return m_dwPendingPrepare; }
+    using Facts = ModelFacts;
+    ModelFacts& Model() { return m_Model; }
+    unsigned char* LastSettings() { return m_abyLastSettings; }
 };
 
 }  // namespace zptest

@@ -6,6 +6,8 @@
 // receiver.
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
+#include <sys/syscall.h>
 
 #include <algorithm>
 #include <cmath>
@@ -326,6 +328,70 @@ TEST_F(Download, LiveFramesAreClearedOnceTheCameraReplays) {
     EXPECT_TRUE(m_camera->Lines().empty());
 }
 
+// A read waiting for its image when another thread closes the port ends (failure) before the port goes.
+TEST_F(Download, CloseEndsAReadInProgressBeforeThePortIsFreed) {
+    ASSERT_EQ("OK", m_camera->Control("image truncate 0"));  // every train stops after its border
+    _ZP_ENUMITEMEX item = ItemFor(kIp);
+    ZP_PORT_HANDLE handle = nullptr;
+    ASSERT_EQ(0u, PoOpen(&item, &handle));
+    std::vector<unsigned int> words(kRaw / 4, 0);  // recorded frame 0, JPEG
+    unsigned int result = 2;
+    std::thread reader([&] { result = PoReadData(handle, words.data(), kRaw); });
+    for (int i = 0; i < 400 && m_camera->Lines().back().find("#0A88") != 0; ++i)  // the request is out
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(0u, PoClose(handle));
+    reader.join();
+    EXPECT_EQ(1u, result);
+    EXPECT_LT(SecondsSince(start), 4.0);  // six attempts of a second each would take longer
+}
+
+// A stream from the camera that never completes the image ends the read after six bounded
+// attempts; a datagram from another address, which would complete it, is ignored.
+TEST_F(Download, EndlessOrForeignDatagramsCannotHoldARead) {
+    ASSERT_EQ("OK", m_camera->Control("image truncate 0"));
+    const std::string information("\0\0\0\x10\x40\0\0\0", 8);  // a 16-byte image
+    const std::string last = std::string(16, 'x') + std::string("\0\0\0\0\x80\0\0\x01", 8);
+    for (const bool foreign : {false, true}) {
+        std::atomic<bool> done{false};
+        bool gaveUp = false;
+        std::thread sender([&] {
+            UdpClient camera(kIp), other("127.0.0.93");
+            for (const auto start = std::chrono::steady_clock::now(); !done && !gaveUp;
+                 std::this_thread::sleep_for(std::chrono::milliseconds(10))) {
+                for (std::uint16_t port = 1334; port < 1346; port += 2) {  // live attempts 0 to 5
+                    camera.Send(kIp, port, information);
+                    if (foreign) other.Send(kIp, port, last);
+                }
+                gaveUp = SecondsSince(start) > 30;
+            }
+        });
+        EXPECT_EQ(0u, Read(1, 0, 4, 4096)) << foreign;  // the stream alone would be returned
+        done = true;
+        sender.join();
+        EXPECT_FALSE(gaveUp) << foreign;  // the read ended while datagrams still came
+    }
+}
+
+// Without the privilege to force it, the data socket's buffer is capped by the system: said once.
+TEST_F(Download, ACappedReceiveBufferIsTracedOnce) {
+    const int cap = std::stoi(ReadFile("/proc/sys/net/core/rmem_max"));
+    if (cap >= 6786048) GTEST_SKIP() << "net.core.rmem_max does not cap the buffer here";
+    ASSERT_EQ(1u, Read(0, 0, 1, kRaw));  // root forces the size
+    std::thread unprivileged([this] {    // capabilities belong to the thread
+        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+        __user_cap_data_struct data[2] = {};
+        ASSERT_EQ(0, syscall(SYS_capget, &header, data));
+        data[0].effective &= ~(1u << CAP_NET_ADMIN);
+        ASSERT_EQ(0, syscall(SYS_capset, &header, data));
+        for (unsigned int frame : {0u, 1u}) EXPECT_EQ(1u, Read(0, frame, 1, kRaw));
+    });
+    unprivileged.join();
+    EXPECT_EQ(1, Count(NewTrace(),
+                       "ERR: ReadData receive buffer " + std::to_string(cap) +
+                           " bytes of 6786048 asked: raise it with sysctl -w net.core.rmem_max=6786048"));
+}
+
 // Trains no camera of ours sends, straight into the receiver, with guard bytes behind the buffer.
 TEST(ImageFunction, HostileTrainsFailCleanlyAndNeverWritePastTheBuffer) {
     TempDir dir;
@@ -338,6 +404,7 @@ TEST(ImageFunction, HostileTrainsFailCleanlyAndNeverWritePastTheBuffer) {
     local.sin_port = htons(1335);
     ASSERT_EQ(0, ::bind(sock, reinterpret_cast<sockaddr*>(&local), sizeof local));
     UdpClient camera("127.0.0.94");
+    std::snprintf(port.m_szCameraAddress, sizeof port.m_szCameraAddress, "127.0.0.94");
     std::string block(BORDER_DATA_SIZE, '\0');
     for (std::size_t i = 0; i < block.size(); ++i) block[i] = static_cast<char>(i * 13 + 1);
     const std::string image = zpsim::RenderRawFrame(7, 8, 5, false);

@@ -21,6 +21,7 @@ struct DiscoveryOptions {
     bool enabled = true;
     std::uint32_t binaryType = 0;   // camera type in binary answers; 0: binary requests are not answered
     std::uint16_t binaryModel = 0;  // model value in binary answers
+    std::uint32_t spreadMs = 0;     // the i-th camera answers i x spreadMs after the request
 };
 
 enum class DiscoveryKind { kAscii, kBinary };

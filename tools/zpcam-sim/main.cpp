@@ -126,6 +126,8 @@ void AddOptions(CLI::App& app, Options& options) {
     app.add_option("--binary-type", options.server.discovery.binaryType,
                    "answer the binary discovery request with this camera type (default 0: no answer)");
     app.add_option("--binary-model", options.server.discovery.binaryModel, "model value of binary answers");
+    app.add_option("--discovery-spread", options.server.discovery.spreadMs,
+                   "the i-th camera (from 0) answers discovery i x this many ms after the request");
     app.add_option("--command-port", options.server.commandPort, "command port");
     app.add_option_function<unsigned int>(
         "--record-time",

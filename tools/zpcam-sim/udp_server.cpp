@@ -107,7 +107,9 @@ void UdpServer::ServeDiscovery(int socket) {
     if (binary && m_options.discovery.binaryType == 0) {
         return;
     }
-    for (auto& camera : m_cameras) {
+    const auto now = std::chrono::steady_clock::now();
+    for (std::size_t index = 0; index < m_cameras.size(); ++index) {
+        SimCamera& camera = m_cameras[index];
         const CameraIdentity& identity = camera.model.Identity();
         if (camera.faults.Config().silent || InterfaceIndexOf(identity.ip) != request->interfaceIndex) {
             continue;
@@ -115,8 +117,8 @@ void UdpServer::ServeDiscovery(int socket) {
         Log(camera, request->datagram);
         std::string answer = binary ? FormatBinaryDiscoveryAnswer(identity, m_options.discovery)
                                     : FormatAsciiDiscoveryAnswer(camera.model.Address());
-        m_pending.push_back(PendingReply{std::chrono::steady_clock::now(), camera.commandSocket,
-                                         request->sender, std::move(answer)});
+        const auto due = now + std::chrono::milliseconds(index * m_options.discovery.spreadMs);
+        m_pending.push_back(PendingReply{due, camera.commandSocket, request->sender, std::move(answer)});
     }
 }
 

@@ -22,6 +22,7 @@
 #include "exit_codes.h"
 #include "file_io.h"
 #include "frame_read.h"
+#include "hue_option.h"
 #include "interrupt.h"
 #include "png_file.h"
 #include "sequence_files.h"
@@ -39,6 +40,8 @@ constexpr auto kTerminalInterval = std::chrono::milliseconds(500);
 constexpr auto kPlainInterval = std::chrono::seconds(5);
 constexpr std::size_t kBuffersPerCamera = 8;  // frames downloaded ahead of the file writers
 constexpr unsigned int kFrameRetries = 3;  // requests of a frame beyond the first, while the camera answers
+constexpr unsigned int kReadDecoded = 0;   // the camera's JPEG frame, decoded by the port to grey or RGB
+constexpr unsigned int kColourSensor = 1;  // BORDER_DATA::SensorType of a colour camera
 
 struct DownloadOptions {
     std::vector<std::string> cameras;
@@ -46,6 +49,7 @@ struct DownloadOptions {
     bool range = false;  // --frames given: first and last hold it
     unsigned int first = 0, last = 0;
     bool resume = false;
+    HueOption hue;  // given: the frames are fetched decoded, as RGB, and previewed with it
 };
 
 // One camera's download, shared between its thread and the progress display.
@@ -104,9 +108,9 @@ void Download(Job& job, const DownloadOptions& o, WorkQueue& writers) {
         throw ToolError(kExitUsage, job.ref.label + ": --frames " + o.frames +
                                         " is outside the recording 0-" + std::to_string(latest));
     if (pixels == 0) throw ToolError(kExitCamera, job.ref.label + ": the camera reports an empty frame size");
-    const bool jpeg = o.format == "jpeg", png = o.format == "png";
-    const unsigned int flags = jpeg ? kReadJpegStream : kReadUncompressed;
-    const std::size_t size = jpeg ? pixels * 3 + kJpegRoom : std::max<std::size_t>(pixels, 12);
+    const bool jpeg = o.format == "jpeg", png = o.format == "png", preview = o.hue.Given();
+    const unsigned int flags = jpeg ? kReadJpegStream : (preview ? kReadDecoded : kReadUncompressed);
+    const std::size_t size = jpeg || preview ? pixels * 3 + kJpegRoom : std::max<std::size_t>(pixels, 12);
 
     SequenceFiles files(o.dir, job.ref, first, last, "." + (jpeg ? std::string("jpg") : o.format), o.resume);
     BufferPool buffers(kBuffersPerCamera, size);
@@ -130,7 +134,9 @@ void Download(Job& job, const DownloadOptions& o, WorkQueue& writers) {
             camera.Check(result, step);
             border = ReadBorder(camera);
         }
-        std::size_t offset = 0, length = std::size_t{border.Width2} * border.Height2;
+        const unsigned int components = preview && border.SensorType == kColourSensor ? 3 : 1;
+        o.hue.RequireRgb(job.ref.label, components);
+        std::size_t offset = 0, length = std::size_t{border.Width2} * border.Height2 * components;
         if (jpeg) {
             length = StreamLength(buffer->data());
             offset = sizeof(std::uint32_t);
@@ -143,12 +149,14 @@ void Download(Job& job, const DownloadOptions& o, WorkQueue& writers) {
         job.bytes += length;
         // The file is written on a worker thread while the next frame downloads into another buffer.
         writing.Started();
-        writers.Submit([&job, &files, &buffers, &writing, png, frame, border, buffer, offset, length] {
+        writers.Submit([&job, &files, &buffers, &writing, &o, png, preview, components, frame, border, buffer,
+                        offset, length] {
             std::exception_ptr error;
             try {
                 const std::string path = files.FramePath(frame);
+                if (preview) o.hue.Apply(buffer->data(), length / 3);
                 if (png)
-                    WritePngFile(path, buffer->data(), border.Width2, border.Height2, 1);
+                    WritePngFile(path, buffer->data(), border.Width2, border.Height2, components);
                 else
                     WriteBinaryFile(path, buffer->data() + offset, length);
                 files.Record(frame, border);
@@ -190,8 +198,11 @@ int RunDownload(DownloadOptions& o) {
     o.range = !o.frames.empty();
     if (o.range && !ParseRange(o.frames, o.first, o.last))
         throw ToolError(kExitUsage, "--frames " + o.frames + ": expected FIRST-LAST, e.g. 0-99");
+    o.hue.RequirePng(o.format);
+    o.hue.Prepare();
     RequireWritableFolder(o.dir);
     CatchInterrupt();
+    HintCappedReceiveBuffer();
     std::vector<std::unique_ptr<Job>> jobs;
     std::map<std::uint32_t, std::mutex> adapterLocks;
     for (const auto& text : o.cameras) {
@@ -293,11 +304,14 @@ void AddDownloadCommand(CLI::App& app, Action& action) {
     command->add_option("-o,--output", o->dir, "folder for the files (default: the current folder)")
         ->type_name("DIR");
     command->add_flag("--resume", o->resume, "skip the frames whose files exist from an earlier run");
+    o->hue.Add(*command);
     AddLogOption(*command, o->log);
     command->footer(
         "Files: NAME_NNNNNN.png, .raw or .jpg per frame and NAME_FIRST-LAST.xml for the sequence, where NAME "
         "is\n"
-        "the camera's name (its address when opened by address).\n\n" +
+        "the camera's name (its address when opened by address).\n"
+        "With --hue or --saturation (png only) a colour camera's frames are fetched as JPEG, decoded to\n"
+        "RGB and saved with the colour change applied; grey frames are refused.\n\n" +
         std::string(ExitCodeHelp()));
     command->callback([o, &action] { action = [o] { return RunDownload(*o); }; });
 }

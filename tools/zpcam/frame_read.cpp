@@ -1,8 +1,13 @@
 #include "frame_read.h"
 
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstring>
 
 #include "zpport/CameraSettings.h"
+#include "zpport/TWPort.h"
 
 namespace zpcam {
 
@@ -25,6 +30,27 @@ std::uint32_t StreamLength(const unsigned char* buffer) {
     std::uint32_t length = 0;
     std::memcpy(&length, buffer, sizeof length);
     return length;
+}
+
+// The port's own request on a socket that sends nothing: the same process and the same system limit,
+// so the same size granted. The C interface does not report it, and the trace is only written on
+// request.
+void HintCappedReceiveBuffer() {
+    const int sock = ::socket(AF_INET, SOCK_DGRAM, 0);
+    if (sock < 0) return;
+    const int asked = CTWPort::kDataReceiveBufferSize;
+    if (::setsockopt(sock, SOL_SOCKET, SO_RCVBUFFORCE, &asked, sizeof asked) != 0)
+        ::setsockopt(sock, SOL_SOCKET, SO_RCVBUF, &asked, sizeof asked);
+    int granted = 0;
+    socklen_t length = sizeof granted;
+    const bool known = ::getsockopt(sock, SOL_SOCKET, SO_RCVBUF, &granted, &length) == 0;
+    ::close(sock);
+    granted /= 2;  // the kernel reports twice the size set
+    if (known && granted < asked)
+        std::fprintf(stderr,
+                     "zpcam: note: receive buffer %d bytes of %d asked, frames may need retries: raise it "
+                     "with sysctl -w net.core.rmem_max=%d\n",
+                     granted, asked, asked);
 }
 
 }  // namespace zpcam

@@ -21,6 +21,9 @@ std::size_t ReadFramePixels(const OpenCamera& camera);
 BORDER_DATA ReadBorder(const OpenCamera& camera);
 // The length word that a JPEG-stream read puts in front of the stream.
 std::uint32_t StreamLength(const unsigned char* buffer);
+// One line on standard error when the system caps the image data socket's receive buffer below
+// what the port asks (the port's trace says the same once per port).
+void HintCappedReceiveBuffer();
 
 }  // namespace zpcam
 

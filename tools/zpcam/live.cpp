@@ -13,6 +13,7 @@
 #include "exit_codes.h"
 #include "file_io.h"
 #include "frame_read.h"
+#include "hue_option.h"
 #include "interrupt.h"
 #include "png_file.h"
 #include "sequence_files.h"
@@ -31,12 +32,16 @@ constexpr std::size_t kHeaderRoom = 65536;
 struct LiveOptions {
     std::string camera, dir = ".", format = "png", log;
     unsigned int count = 1;
+    HueOption hue;
 };
 
-int RunLive(const LiveOptions& o) {
+int RunLive(LiveOptions& o) {
     if (o.count == 0) throw ToolError(kExitUsage, "-n must be at least 1");
+    o.hue.RequirePng(o.format);
+    o.hue.Prepare();
     RequireWritableFolder(o.dir);
     CatchInterrupt();
+    HintCappedReceiveBuffer();
     const OpenCamera camera(ResolveCamera(o.camera), o.log);
     ZP_PORT_HANDLE port = camera.Handle();
     const std::size_t pixels = ReadFramePixels(camera);
@@ -62,6 +67,8 @@ int RunLive(const LiveOptions& o) {
             if (std::size_t{border.Width2} * border.Height2 * components > buffer.size())
                 throw ToolError(kExitCamera,
                                 camera.Ref().label + ": the live frame is larger than the buffer");
+            o.hue.RequireRgb(camera.Ref().label, components);
+            if (o.hue.Given()) o.hue.Apply(buffer.data(), std::size_t{border.Width2} * border.Height2);
             WritePngFile(path, buffer.data(), border.Width2, border.Height2, components);
         }
         std::printf("%s\n", path.c_str());
@@ -83,9 +90,13 @@ void AddLiveCommand(CLI::App& app, Action& action) {
         ->default_str("png");
     command->add_option("-o,--output", o->dir, "folder for the files (default: the current folder)")
         ->type_name("DIR");
+    o->hue.Add(*command);
     AddLogOption(*command, o->log);
-    command->footer("Files: NAME_live_NNNN.png or .jpg, printed as they are written.\n\n" +
-                    std::string(ExitCodeHelp()));
+    command->footer(
+        "Files: NAME_live_NNNN.png or .jpg, printed as they are written.\n"
+        "--hue and --saturation apply to a colour camera's RGB frames (png only); grey\n"
+        "frames are refused.\n\n" +
+        std::string(ExitCodeHelp()));
     command->callback([o, &action] { action = [o] { return RunLive(*o); }; });
 }
 
