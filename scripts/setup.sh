@@ -14,6 +14,7 @@ PACKAGES=(
   iputils-ping                       # the OS layer pings through the system ping program
   iproute2 util-linux                # ip and unshare for the network-namespace tests
   clang                              # the kernel packet filter of the lossy-link test
+  libclang-rt-14-dev                 # libFuzzer and the sanitizer runtimes of clang (scripts/fuzz.sh)
 )
 
 missing=()

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs every test: the normal build, then the same suite built with
-# AddressSanitizer + UndefinedBehaviorSanitizer, then with ThreadSanitizer.
+# AddressSanitizer + UndefinedBehaviorSanitizer, then with ThreadSanitizer, then runs the
+# fuzz targets for a bounded time (scripts/fuzz.sh).
 # Network tests run in private
 # network namespaces; without root they are reported as skipped (set
 # ZP_REQUIRE_NETNS=1 to make that a failure, as CI does).
@@ -31,6 +32,12 @@ cmake --build build-tsan -j"$jobs"
 export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 ctest --test-dir build-tsan -j"$jobs" --output-on-failure -E '^os_test$' || status=1
 build-tsan/tests/os/os_test --gtest_filter='-Threads.*' || status=1
+
+echo "== fuzz targets: libFuzzer, ASan + UBSan, about 75 s (ZP_FUZZ_SECONDS, scripts/fuzz.sh)"
+scripts/fuzz.sh || status=1
+
+echo "== robustness: short soak, lossy link, camera faults; four cameras under ThreadSanitizer"
+scripts/robustness.sh build build-tsan || status=1
 
 if [ $status -ne 0 ]; then
   echo "== FAILED" >&2

@@ -12,7 +12,7 @@ constexpr uint16_t kDiscoveryPort = 1027;
 }
 
 void Broadcast() {
-    const int sock = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+    const int sock = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (sock < 0) return;
     const int on = 1;
     ::setsockopt(sock, SOL_SOCKET, SO_BROADCAST, &on, sizeof on);

@@ -33,7 +33,7 @@ sockaddr_in Ipv4(uint32_t hostOrder, unsigned int port) {
 bool IsInvalidLocalPort(int port) { return port == 1028 || port == 1029; }
 
 int BoundSocket(const sockaddr_in& local) {
-    const int sock = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+    const int sock = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (sock < 0) return -1;
     if (::bind(sock, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
         ::close(sock);
@@ -61,7 +61,7 @@ int BinarySocket(const sockaddr_in& local, const EnumTrace& trace) {
         if (trace.trace != nullptr)
             trace.trace->Trace(trace.channel, 0, "ENU: Assigned invalid local port %d", port);
         ::close(sock);
-        if (attempt + 1 == kRebindAttempts) return ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+        if (attempt + 1 == kRebindAttempts) return ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
         sock = BoundSocket(local);
     }
     if (sock >= 0) ::close(sock);

@@ -73,7 +73,7 @@ void FormatIpv4(const sockaddr& address, char* out, size_t outSize) {
 // kept as applications have always seen it.
 template <typename Record, typename Fill>
 int WalkAdapters(Record* buffer, uint32_t* size, Fill fill) {
-    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0) {
         perror("socket");
         return OS_ERR_SYSTEM;

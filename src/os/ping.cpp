@@ -6,6 +6,7 @@
 #include <sys/select.h>
 #include <sys/socket.h>
 #include <sys/types.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -134,7 +135,7 @@ int OS_NetPing(const char* host, _OS_PING_RESULT* result, uint32_t ttl, uint64_t
     snprintf(ttlText, sizeof(ttlText), "%d", static_cast<int>(ttl & 0xFF));
 
     int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) {
+    if (pipe2(pipeEnds, O_CLOEXEC) != 0) {
         perror("OS_NetPing: pipe");
         return OS_ERR_SYSTEM;
     }

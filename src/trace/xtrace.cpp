@@ -136,7 +136,7 @@ void CXTrace::WriteToLogFile(const char* line) {
 
     struct stat info {};
     const bool exists = ::stat(name, &info) == 0;
-    std::FILE* file = std::fopen(name, exists ? "rb+" : "wb");
+    std::FILE* file = std::fopen(name, exists ? "rb+e" : "wbe");
     if (file == nullptr) return;
     if (std::fseek(file, 0, SEEK_END) == 0) std::fwrite(line, 1, std::strlen(line), file);
     std::fclose(file);

@@ -61,7 +61,7 @@ int CTWPort::SendCmdAndGetRsp(char* command, char* reply, int replySize, char* c
     destination.sin_family = AF_INET;
     destination.sin_addr.s_addr = inet_addr(cameraAddress);
     destination.sin_port = htons(kCommandPort);
-    const int sock = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+    const int sock = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (sock < 0) {
         m_Trace.Trace(m_dwTraceChannel, 0, "ERR: Socket = %d", 0);
         OS_SemRelease(held);

@@ -111,7 +111,7 @@ int CTWPort::MyReadData(void* buffer, unsigned int* size, unsigned char address,
     if (*size == 0) return 0;
     const bool live = liveMode != 0;
     const std::uint16_t port = DataPort(live, address, attempt, m_wLiveSelector);
-    const int sock = ::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP);
+    const int sock = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
     if (sock < 0) {
         m_Trace.Trace(m_dwTraceChannel, 0, "ERR: ReadData Listen Socket = %d", sock);
         return -1;

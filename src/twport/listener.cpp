@@ -40,7 +40,9 @@ void CloseOnce(std::atomic<int>& socket) {
 }  // namespace
 
 bool CTWPort::StartListener() {
-    const int sock = ::socket(AF_INET, SOCK_DGRAM, 0);
+    // Close-on-exec, as every descriptor of the library: a program the host starts must not keep
+    // the port's fixed ports bound.
+    const int sock = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (sock < 0) return false;
     const int one = 1;
     if (::setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one) != 0) {

@@ -3,6 +3,7 @@
 #include <zpport/ColorMatrix.h>
 
 #include <fstream>
+#include <map>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -109,6 +110,46 @@ TEST(SettingsUpload, ModelFeatureAndToneBranches) {
             EXPECT_EQ(U(((matrix[i] >> 16) + (matrix[i] & 0xFFFF) * 1.5258789e-05) * 256.0), ccmc->Word(i));
         for (U b = 0; b < 4; ++b) EXPECT_EQ(c[7] + 1024 * b, ccmc[1 + b].Word(0)) << facts.modelCode;
         for (U b = 0; b < 4; ++b) EXPECT_EQ(Text(table + 1024 * b, 2048), Text(&ccmc[1 + b].frame[16], 2048));
+    }
+}
+
+TEST(SettingsUpload, FilterFlagsFollowTheRecordAndTheModel) {
+    constexpr U kUnsent = ~0u;
+    constexpr U kPositions[8] = {724, 872, 464, 880, 44, 32, 380, 412};
+    struct Row {
+        bool scale, twelve, tenTwelve;
+        U capability;
+        char variant;
+        U at[8];     // the words at kPositions
+        U p63, p93;  // the values sent as parameters 63 and 93
+    };
+    const Row kRows[] = {
+        {0, 0, 0, 0, 0, 0x1234, 0x4000368, 464, 880, 44, 32, 380, 412, 0x5101400, 0x368},  // bit 31 clear
+        {0, 0, 0, 0, 'L', 0, 0, 464, 880, 44, 32, 380, 412, 0x45100400, kUnsent},          // 872 unchanged
+        {0, 0, 0, 0, 0, 0x80000000, 0x8000, 464, 880, 44, 0, 380, 412, 0x7100C03, 0x4000000},
+        {1, 0, 0, 0, 0, 0x80080000, 0, 464, 880, 44, 1, 0, 0, 0x5180002, 0x4008000},
+        {1, 1, 0, 0, 0, 0x80000000, 0, 2, 0, 12, 2, 380, 412, 0x6800803, 0x4000100},
+        {0, 0, 1, 0x800000, 0, 0x80800000, 0x8000, 5, 880, 31, 3, 380, 412, 0x5100C03, 0x4000100},
+        {0, 1, 0, 0, 0, 0x80800000, 0x100, 2, 1, 44, 0, 380, 412, 0x7100C03, 0x4000000},
+        {0, 1, 0, 0, 0, 0x80800000, 0, 3, 880, 44, 0, 380, 412, 0x7100C03, 0x4004100},
+        {0, 1, 0, 0, 0, 0x80000000, 0x100, 2, 0, 20, 0, 380, 412, 0x7900C03, 0x4000000},
+    };
+    for (const Row& r : kRows) {
+        BinaryCamera camera;
+        camera.Model().denoiseScale = r.scale;
+        camera.Model().twelveBit = r.twelve;
+        camera.Model().tenOrTwelveBit = r.tenTwelve;
+        camera.Model().capability = r.capability;
+        camera.Model().variant = r.variant;
+        Settings s;
+        for (int i = 0; i < 8; ++i) s[kPositions[i]] = r.at[i];
+        EXPECT_EQ(1u, camera.WriteData2(s.words, 1024));
+        std::map<U, U> sent;
+        for (const auto& f : camera.sent)
+            if (f.Code() == 7) sent[f.Word(0)] = f.Word(1);
+        EXPECT_EQ(r.p63, sent.count(63) ? sent[63] : kUnsent) << std::hex << r.at[0];
+        EXPECT_EQ(r.p93, sent.count(93) ? sent[93] : kUnsent) << std::hex << r.at[0];
+        EXPECT_EQ(r.p63, s[724] & 0x7FFFFFFF);  // both words written back into the record
     }
 }
 

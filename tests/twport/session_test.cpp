@@ -257,14 +257,13 @@ TEST_F(LinkLoss, TheFourthFailedKeepAliveDeclaresLossAndAnAnswerEndsIt) {
     port.Close();
 }
 
-// Entries of a folder whose names start with the prefix, given up to a second to reach the expected
-// count: a finished thread leaves /proc/self/task shortly after. A sanitizer runtime starts a helper
-// thread with the first thread a test makes: tests start one before they count.
-int CountEntries(const std::string& path, int expected = -1, const std::string& prefix = "") {
+// Entries of a folder, given up to a second to reach the expected count: a finished thread leaves
+// /proc/self/task shortly after. A sanitizer runtime starts a helper thread with the first thread a
+// test makes: tests start one before they count. (Descriptors, locks and memory over many opens and
+// closes are counted by the soak run of bench/robustness_runs.)
+int CountEntries(const std::string& path, int expected = -1) {
     for (int attempt = 0;; ++attempt) {
-        int count = 0;
-        for (const auto& entry : std::filesystem::directory_iterator(path))
-            count += entry.path().filename().string().rfind(prefix, 0) == 0 ? 1 : 0;
+        const auto count = static_cast<int>(std::distance(std::filesystem::directory_iterator(path), {}));
         if (expected < 0 || count == expected || attempt == 50) return count;
         usleep(20000);
     }
@@ -280,7 +279,6 @@ TEST_P(OpenSequence, SendsTheLinesOfTheCamerasStateAndClosesByItsState) {
     Camera camera(kIp, {"--state", state, "--option", option});
     ASSERT_TRUE(camera.Ready());
     std::thread([] {}).join();
-    const int fds = CountEntries("/proc/self/fd");
     const int threads = CountEntries("/proc/self/task");
     TestPort port;
     _ZP_ENUMITEMEX item = ItemFor(kIp);
@@ -308,10 +306,7 @@ TEST_P(OpenSequence, SendsTheLinesOfTheCamerasStateAndClosesByItsState) {
     port.Close();
     EXPECT_LT(SecondsSince(start), 5.0);  // the listener ends after its wait slice, not a keep-alive period
     EXPECT_EQ(colour ? Logged("#0A86") : Lines{}, camera.Lines());  // playback and review end
-    // Every descriptor, thread and lock of the open is released.
-    EXPECT_EQ(threads, CountEntries("/proc/self/task", threads));
-    EXPECT_EQ(fds, CountEntries("/proc/self/fd"));
-    EXPECT_EQ(0, CountEntries("/dev/shm", 0, "sem.ZPTW_" + std::to_string(::getpid()) + "_"));
+    EXPECT_EQ(threads, CountEntries("/proc/self/task", threads));  // the listener has ended
 }
 
 INSTANTIATE_TEST_SUITE_P(States, OpenSequence,
@@ -325,7 +320,6 @@ TEST(OpenAndClose, RefusedCommandsStopTheOpenAndTheCloseAndADeletedPortEndsItsLi
     Camera camera(kIp, {"--state", "5", "--result", "8F=21"});
     ASSERT_TRUE(camera.Ready());
     std::thread([] {}).join();
-    const int fds = CountEntries("/proc/self/fd");
     const int threads = CountEntries("/proc/self/task");
     auto port = std::make_unique<TestPort>();
     _ZP_ENUMITEMEX item = ItemFor(kIp);
@@ -341,7 +335,6 @@ TEST(OpenAndClose, RefusedCommandsStopTheOpenAndTheCloseAndADeletedPortEndsItsLi
     EXPECT_NE(nullptr, port->m_hListener);  // the refused end of playback leaves the session in place
     port.reset();
     EXPECT_EQ(threads, CountEntries("/proc/self/task", threads));
-    EXPECT_EQ(fds, CountEntries("/proc/self/fd"));
 }
 
 }  // namespace

@@ -315,24 +315,6 @@ TEST(Zpcam, InterruptedDownloadResumesWithoutFetchingSavedFrames) {
     EXPECT_EQ(int{border.FrameNumber}, 39);
 }
 
-// A camera that stops answering mid-download: after the port's retries (about 40 s) the error line and
-// exit 4, and every frame file left is complete.
-TEST(ZpcamSlow, CameraGoingSilentLeavesOnlyCompleteFiles) {
-    Camera camera("127.0.0.67", {"--last-frame", "999"});
-    ASSERT_TRUE(camera.Ready());
-    TempDir dir;
-    auto run = std::async(std::launch::async,
-                          [&dir] { return Zpcam("download 127.0.0.67 --format raw -o " + dir.Path()); });
-    for (int i = 0; i < 1000 && Listing(dir).size() < 3; ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    ASSERT_EQ(camera.Control("silent on"), "OK");
-    const Outcome outcome = run.get();
-    EXPECT_EQ(outcome.status, 4);
-    EXPECT_EQ(outcome.err.rfind("zpcam: camera 127.0.0.67: downloading frame ", 0), 0u) << outcome.err;
-    EXPECT_NE(outcome.err.find("failed: port error 2008 "), std::string::npos) << outcome.err;
-    EXPECT_GE(CheckSavedFrames(dir, "127.0.0.67", ".raw"), 2);  // and the journal
-}
-
 // Two cameras behind a veth adapter: discovery lists them and finds one by serial number or name.
 TEST(Zpcam, ListAndLookUpBySerialOrName) {
     CameraLan lan;
