@@ -2,11 +2,7 @@
 
 #include <fcntl.h>
 #include <malloc.h>
-#include <poll.h>
 #include <sched.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -90,62 +86,25 @@ void CheckNoGrowth(Verdict& verdict, const Resources& before, const Resources& a
     verdict.Check(after.heapBytes - before.heapBytes <= heapToleranceBytes, "live heap grew");
 }
 
-SimCamera::SimCamera(const CameraSpec& spec, const zptest::TempDir& dir, unsigned short controlPort)
-    : m_spec(spec), m_log(dir.File("camera_" + spec.ip + ".log")), m_controlPort(controlPort) {
+SimCamera::SimCamera(const CameraSetup& setup, const zptest::TempDir& dir, unsigned short controlPort)
+    : m_setup(setup), m_log(dir.File("camera_" + setup.ip + ".log")), m_controlPort(controlPort) {
     char address[8];
-    std::snprintf(address, sizeof address, "0x%02X", spec.address);
-    std::vector<std::string> args = {"--ip",           spec.ip,
+    std::snprintf(address, sizeof address, "0x%02X", setup.address);
+    std::vector<std::string> args = {"--ip",           setup.ip,
                                      "--address",      address,
-                                     "--width",        std::to_string(spec.width),
-                                     "--height",       std::to_string(spec.height),
-                                     "--first-frame",  std::to_string(spec.firstFrame),
-                                     "--last-frame",   std::to_string(spec.lastFrame),
+                                     "--width",        std::to_string(setup.width),
+                                     "--height",       std::to_string(setup.height),
+                                     "--first-frame",  std::to_string(setup.firstFrame),
+                                     "--last-frame",   std::to_string(setup.lastFrame),
                                      "--log",          m_log,
                                      "--control-port", std::to_string(controlPort)};
-    args.insert(args.end(), spec.extra.begin(), spec.extra.end());
-    int pipeFds[2];
-    if (::pipe(pipeFds) != 0) return;
-    args.insert(args.begin(), ZPCAM_SIM_PATH);
-    std::vector<char*> argv;
-    for (auto& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    m_pid = ::fork();
-    if (m_pid == 0) {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);  // a run that dies takes its cameras along
-        ::dup2(pipeFds[1], STDOUT_FILENO);
-        // The port's sockets have no close-on-exec flag: a simulator started while a download
-        // runs would otherwise hold the data and announcement ports for its whole life.
-        ::close_range(3, ~0U, 0);
-        ::execv(argv[0], argv.data());
-        ::_exit(127);
-    }
-    ::close(pipeFds[1]);
-    // The simulator prints "ready" once its sockets are bound.
-    std::string seen;
-    char text[256];
-    pollfd entry{pipeFds[0], POLLIN, 0};
-    while (m_pid > 0 && seen.find("ready\n") == std::string::npos && ::poll(&entry, 1, 10000) > 0) {
-        const ssize_t size = ::read(pipeFds[0], text, sizeof text);
-        if (size <= 0) break;
-        seen.append(text, static_cast<std::size_t>(size));
-    }
-    ::close(pipeFds[0]);
-    m_ready = seen.find("ready\n") != std::string::npos;
-}
-
-SimCamera::~SimCamera() {
-    if (m_pid <= 0) return;
-    ::kill(m_pid, SIGKILL);
-    ::waitpid(m_pid, nullptr, 0);
-}
-
-void SimCamera::Freeze() const {
-    if (m_pid > 0) ::kill(m_pid, SIGSTOP);
+    args.insert(args.end(), setup.extra.begin(), setup.extra.end());
+    m_sim = std::make_unique<zptest::SimProcess>(args);
 }
 
 std::string SimCamera::Control(const std::string& line) const {
     zptest::UdpClient client("127.0.0.1");
-    std::string answer = client.Exchange(m_spec.ip, m_controlPort, line).value_or("<no answer>");
+    std::string answer = client.Exchange(m_setup.ip, m_controlPort, line).value_or("<no answer>");
     while (!answer.empty() && answer.back() == '\n') answer.pop_back();
     return answer;
 }
@@ -158,12 +117,12 @@ unsigned int ReadRecorded(ZP_PORT_HANDLE port, std::vector<unsigned char>& buffe
     return PoReadData(port, buffer.data(), static_cast<unsigned int>(capacity));
 }
 
-bool FrameExact(const std::vector<unsigned char>& buffer, const CameraSpec& spec, unsigned int frame) {
-    const std::size_t size = std::size_t{spec.width} * spec.height;
+bool FrameExact(const std::vector<unsigned char>& buffer, const CameraSetup& setup, unsigned int frame) {
+    const std::size_t size = std::size_t{setup.width} * setup.height;
     if (buffer.size() < size + kGuardBytes) return false;
     const std::string expected =
-        zpsim::RenderRawFrame(spec.firstFrame + frame, static_cast<std::uint16_t>(spec.width),
-                              static_cast<std::uint16_t>(spec.height), false);
+        zpsim::RenderRawFrame(setup.firstFrame + frame, static_cast<std::uint16_t>(setup.width),
+                              static_cast<std::uint16_t>(setup.height), false);
     return std::memcmp(expected.data(), buffer.data(), size) == 0 &&
            std::all_of(buffer.begin() + static_cast<long>(size), buffer.end(),
                        [](unsigned char b) { return b == kGuard; });

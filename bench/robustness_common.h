@@ -4,7 +4,6 @@
 #define ZP_BENCH_ROBUSTNESS_COMMON_H
 
 #include <arpa/inet.h>
-#include <sys/types.h>
 
 #include <chrono>
 #include <cstdio>
@@ -62,38 +61,33 @@ void CheckNoGrowth(Verdict& verdict, const Resources& before, const Resources& a
 
 // One simulated camera (its own simulator process) on a loopback address, logging into a folder
 // of its own.
-struct CameraSpec {
+struct CameraSetup {
     std::string ip;
     unsigned int address = 0x0A;
     unsigned int width = 320, height = 240;
     unsigned int firstFrame = 1000, lastFrame = 1099;
     std::vector<std::string> extra;
 };
-inline CameraSpec CameraAt(const std::string& ip) {
-    CameraSpec spec;
-    spec.ip = ip;
-    return spec;
+inline CameraSetup CameraAt(const std::string& ip) {
+    CameraSetup setup;
+    setup.ip = ip;
+    return setup;
 }
 // The simulator is a child of this process, so that a run can freeze it (a camera switched off:
 // nothing answers, and no port-unreachable message comes back either) and end it.
 class SimCamera {
 public:
-    SimCamera(const CameraSpec& spec, const zptest::TempDir& dir, unsigned short controlPort = 7050);
-    ~SimCamera();
-    SimCamera(const SimCamera&) = delete;
-    SimCamera& operator=(const SimCamera&) = delete;
-    bool Ready() const { return m_ready; }
-    void Freeze() const;
+    SimCamera(const CameraSetup& setup, const zptest::TempDir& dir, unsigned short controlPort = 7050);
+    bool Ready() const { return m_sim->Ready(); }
+    void Freeze() const { m_sim->Freeze(); }
     std::string Control(const std::string& line) const;
     std::string Log() const { return zptest::ReadFile(m_log); }
-    const CameraSpec& Spec() const { return m_spec; }
 
 private:
-    CameraSpec m_spec;
+    CameraSetup m_setup;
     std::string m_log;
     unsigned short m_controlPort;
-    pid_t m_pid = -1;
-    bool m_ready = false;
+    std::unique_ptr<zptest::SimProcess> m_sim;
 };
 
 inline _ZP_ENUMITEMEX ItemFor(const std::string& ip) {
@@ -108,7 +102,7 @@ inline _ZP_ENUMITEMEX ItemFor(const std::string& ip) {
 unsigned int ReadRecorded(ZP_PORT_HANDLE port, std::vector<unsigned char>& buffer, std::size_t capacity,
                           unsigned int frame);
 // True when the buffer holds the camera's frame exactly and the guard bytes are untouched.
-bool FrameExact(const std::vector<unsigned char>& buffer, const CameraSpec& spec, unsigned int frame);
+bool FrameExact(const std::vector<unsigned char>& buffer, const CameraSetup& setup, unsigned int frame);
 
 // Occurrences of part in text.
 long Count(const std::string& text, const std::string& part);

@@ -40,14 +40,14 @@ struct Outcome {
 // met the fault.
 class Traffic {
 public:
-    Traffic(ZP_PORT_HANDLE port, const CameraSpec& spec) {
-        m_reader = std::thread([this, port, spec] {
+    Traffic(ZP_PORT_HANDLE port, const CameraSetup& setup) {
+        m_reader = std::thread([this, port, setup] {
             std::vector<unsigned char> buffer;
             Loop(m_read, [&](long n) {
                 const unsigned int frame = static_cast<unsigned int>(n % 100);
                 const unsigned int result =
-                    ReadRecorded(port, buffer, std::size_t{spec.width} * spec.height, frame);
-                if (result == 0 && !FrameExact(buffer, spec, frame)) m_read.corrupted = true;
+                    ReadRecorded(port, buffer, std::size_t{setup.width} * setup.height, frame);
+                if (result == 0 && !FrameExact(buffer, setup, frame)) m_read.corrupted = true;
                 return result;
             });
         });
@@ -104,12 +104,12 @@ bool Report(Verdict& verdict, const char* what, const Outcome& outcome, double b
 }
 
 // Reads frames until one arrives exact, for at most `seconds`; the time it took, or -1.
-double UntilUsable(ZP_PORT_HANDLE port, const CameraSpec& spec, double seconds) {
+double UntilUsable(ZP_PORT_HANDLE port, const CameraSetup& setup, double seconds) {
     const auto start = Clock::now();
     std::vector<unsigned char> buffer;
     for (unsigned int n = 0; SecondsSince(start) < seconds; ++n) {
-        if (ReadRecorded(port, buffer, std::size_t{spec.width} * spec.height, n % 100) == 0 &&
-            FrameExact(buffer, spec, n % 100))
+        if (ReadRecorded(port, buffer, std::size_t{setup.width} * setup.height, n % 100) == 0 &&
+            FrameExact(buffer, setup, n % 100))
             return SecondsSince(start);
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
     }
@@ -129,19 +129,19 @@ double TimedClose(ZP_PORT_HANDLE port, Verdict& verdict) {
 
 int Faults(const std::string& scenario) {
     zptest::TempDir dir;
-    CameraSpec spec = CameraAt("127.0.0.40");
-    spec.extra = {"--announce-to", spec.ip};
+    CameraSetup setup = CameraAt("127.0.0.40");
+    setup.extra = {"--announce-to", setup.ip};
     Verdict verdict;
     const Resources idle = Measure();
-    auto camera = std::make_unique<SimCamera>(spec, dir);
+    auto camera = std::make_unique<SimCamera>(setup, dir);
     if (!verdict.Check(camera->Ready(), "simulator starts")) return 1;
-    _ZP_ENUMITEMEX item = ItemFor(spec.ip);
+    _ZP_ENUMITEMEX item = ItemFor(setup.ip);
     ZP_PORT_HANDLE port = nullptr;
     if (!verdict.Check(PoOpen(&item, &port) == 0, "open")) return 1;
     PoEnablePortLog(port, 9, dir.File("trace.log").c_str(), 1);
-    const double readBound = ReadBoundS(std::size_t{spec.width} * spec.height);
+    const double readBound = ReadBoundS(std::size_t{setup.width} * setup.height);
 
-    Traffic traffic(port, spec);
+    Traffic traffic(port, setup);
     std::this_thread::sleep_for(std::chrono::seconds(1));
     const auto faultAt = Clock::now();
     camera->Freeze();  // switched off: no answer, no datagram, no port-unreachable message
@@ -150,13 +150,13 @@ int Faults(const std::string& scenario) {
     std::unique_ptr<SimCamera> moved;
     if (scenario == "reboot") {
         std::this_thread::sleep_for(std::chrono::seconds(20));
-        camera.reset();                                   // the frozen camera holds its address until it ends
-        camera = std::make_unique<SimCamera>(spec, dir);  // a fresh camera at the same address
+        camera.reset();  // the frozen camera holds its address until it ends
+        camera = std::make_unique<SimCamera>(setup, dir);  // a fresh camera at the same address
         verdict.Check(camera->Ready(), "the rebooted simulator starts");
         std::printf("  the camera answers again %.1f s after the fault\n", SecondsSince(faultAt));
     }
     if (scenario == "moved") {
-        CameraSpec elsewhere = spec;
+        CameraSetup elsewhere = setup;
         elsewhere.ip = "127.0.0.41";
         elsewhere.extra = {"--announce-to", elsewhere.ip};
         moved = std::make_unique<SimCamera>(elsewhere, dir, 7051);
@@ -168,14 +168,14 @@ int Faults(const std::string& scenario) {
 
     if (scenario == "reboot") {
         // The port is usable again once the camera answers: a read of an exact frame proves it.
-        const double after = UntilUsable(port, spec, 60);
+        const double after = UntilUsable(port, setup, 60);
         std::printf("  usable again: %s (%.1f s after the calls ended)\n", after >= 0 ? "yes" : "no", after);
         verdict.Check(after >= 0, "the port works again after the reboot");
     } else {
         // The port fails cleanly: further calls fail within their bounds.
         std::vector<unsigned char> buffer;
         auto start = Clock::now();
-        const unsigned int read = ReadRecorded(port, buffer, std::size_t{spec.width} * spec.height, 0);
+        const unsigned int read = ReadRecorded(port, buffer, std::size_t{setup.width} * setup.height, 0);
         const double readS = SecondsSince(start);
         start = Clock::now();
         unsigned int status = 0;
@@ -191,7 +191,7 @@ int Faults(const std::string& scenario) {
         _ZP_ENUMITEMEX there = ItemFor("127.0.0.41");
         ZP_PORT_HANDLE fresh = nullptr;
         const bool opened = verdict.Check(PoOpen(&there, &fresh) == 0, "open at the new address");
-        CameraSpec elsewhere = spec;
+        CameraSetup elsewhere = setup;
         elsewhere.ip = "127.0.0.41";
         const double took = opened ? UntilUsable(fresh, elsewhere, 10) : -1;
         std::printf("  a fresh open at the new address reads an exact frame: %s\n", took >= 0 ? "yes" : "no");
@@ -239,7 +239,7 @@ int Lossy(long frames) {
         inCamera("tc qdisc add dev zprl0c clsact") == 0 &&
             inCamera("tc filter add dev zprl0c egress bpf da obj " ZP_LINK_LOSS_BPF " sec classifier") == 0,
         "loss filter attached");
-    const CameraSpec spec{"", 0x0A, kWidth, kHeight, 1000, 1299, {}};
+    const CameraSetup setup{"", 0x0A, kWidth, kHeight, 1000, 1299, {}};
     std::vector<unsigned char> buffer;
     long failed = 0, corrupted = 0;
     const auto start = Clock::now();
@@ -247,7 +247,7 @@ int Lossy(long frames) {
         const unsigned int frame = static_cast<unsigned int>((i * 37) % 300);
         if (ReadRecorded(port, buffer, std::size_t{kWidth} * kHeight, frame) != 0)
             ++failed;
-        else if (!FrameExact(buffer, spec, frame))
+        else if (!FrameExact(buffer, setup, frame))
             ++corrupted;
     }
     const double seconds = SecondsSince(start);

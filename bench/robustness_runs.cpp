@@ -80,9 +80,9 @@ bool SoakRound(Verdict& verdict, const SoakCounts& counts) {
 
 int Soak(const SoakCounts& counts) {
     zptest::TempDir dir;
-    const CameraSpec good = CameraAt(kCameraIp);
-    CameraSpec refusing{kRefusingIp, 0x0A, 320, 240, 1000, 1099, {"--result", "8F=21"}};
-    const CameraSpec off = CameraAt(kSwitchedOffIp);
+    const CameraSetup good = CameraAt(kCameraIp);
+    CameraSetup refusing{kRefusingIp, 0x0A, 320, 240, 1000, 1099, {"--result", "8F=21"}};
+    const CameraSetup off = CameraAt(kSwitchedOffIp);
     SimCamera camera(good, dir), refuser(refusing, dir), switchedOff(off, dir);
     Verdict verdict;
     if (!verdict.Check(camera.Ready() && refuser.Ready() && switchedOff.Ready(), "simulators start"))
@@ -106,7 +106,7 @@ int Soak(const SoakCounts& counts) {
 // events and the last two stay quiet, so that their ports send keep-alives.
 int Concurrent(double seconds) {
     constexpr int kCameras = 4;
-    const CameraSpec spec{"", 0x10, 320, 240, 0, 99, {}};
+    const CameraSetup setup{"", 0x10, 320, 240, 0, 99, {}};
     std::vector<zptest::CameraLan> lans;
     for (int i = 0; i < kCameras; ++i) {
         const std::string net = "10.9" + std::to_string(i) + ".0.";
@@ -114,7 +114,7 @@ int Concurrent(double seconds) {
         lan.adapters = {zptest::HostAdapter{"zprc" + std::to_string(i),
                                             "02:00:00:00:90:0" + std::to_string(i), 9000, net + "1/24", ""}};
         lan.cameraIps = {net + "10"};
-        lan.firstAddress = static_cast<std::uint8_t>(spec.address);
+        lan.firstAddress = static_cast<std::uint8_t>(setup.address);
         lan.cameraKeys = "width=320\nheight=240\nfirst-frame=0\nlast-frame=99\n";
         lan.simArgs = {"--control-port", "7050"};
         lans.push_back(lan);
@@ -141,9 +141,9 @@ int Concurrent(double seconds) {
             std::vector<unsigned char> buffer;
             const auto start = std::chrono::steady_clock::now();
             for (unsigned int n = 0; failures[i].empty() && SecondsSince(start) < seconds; ++n) {
-                if (ReadRecorded(port, buffer, std::size_t{spec.width} * spec.height, n % 100) != 0)
+                if (ReadRecorded(port, buffer, std::size_t{setup.width} * setup.height, n % 100) != 0)
                     failures[i] = "frame " + std::to_string(n) + " failed";
-                else if (!FrameExact(buffer, spec, n % 100))
+                else if (!FrameExact(buffer, setup, n % 100))
                     failures[i] = "frame " + std::to_string(n) + " corrupted";
                 else
                     ++frames[i];

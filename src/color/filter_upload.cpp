@@ -16,6 +16,7 @@
 namespace {
 
 using zp::frame::Command;
+using zp::settings::OneOf;
 using zp::settings::Word;
 
 constexpr unsigned char kEightBitFilter = 0x19;
@@ -74,12 +75,6 @@ bool SendNoiseTable(CCamPort& port, std::uint32_t selector, double value) {
     return Sent(port, command);
 }
 
-bool InList(unsigned int value, std::initializer_list<unsigned int> values) {
-    for (unsigned int v : values)
-        if (v == value) return true;
-    return false;
-}
-
 // 16.16 to 8 fraction bits; the unsigned shift leaves a negative element its low 24 bits.
 std::uint32_t ToEightFractionBits(std::uint32_t element) {
     return static_cast<std::uint32_t>(
@@ -114,10 +109,10 @@ unsigned int CCamPort::SetFilter(_CAMERA_SETTINGS* settings) {
         const std::uint32_t pixelBits = at(kPixelBits);
         const std::uint32_t toneMode = at(kToneMode);
         std::uint32_t gain = 0;
-        if (((model == 11 && m_Model.modelOption) || InList(model, {9, 10, 21, 22, 24, 26})) &&
+        if (((model == 11 && m_Model.modelOption) || OneOf(model, {9, 10, 21, 22, 24, 26})) &&
             m_Model.clock > 230000000u)
             gain = at(kGainCode) | 0x100u;  // bit 8: the extra 1.2 gain step of the fast clock
-        else if (InList(model, {30, 31, 34, 35, 36}) && m_Model.revision > 170 && !m_Model.gainKeep)
+        else if (OneOf(model, {30, 31, 34, 35, 36}) && m_Model.revision > 170 && !m_Model.gainKeep)
             gain = 0;
         else if (model != 11 || m_Model.modelOption)
             gain = at(kGainCode);

@@ -13,6 +13,7 @@
 
 namespace {
 
+using zp::settings::OneOf;
 using zp::settings::Word;
 
 constexpr unsigned int kAttempts = 5;
@@ -46,12 +47,6 @@ constexpr Field kExtendedFields[] = {{103, 892}, {126, 936}};
 
 bool InRange(unsigned int value, unsigned int low, unsigned int high) {
     return value >= low && value <= high;
-}
-
-bool OneOf(unsigned int value, std::initializer_list<unsigned int> values) {
-    for (unsigned int v : values)
-        if (v == value) return true;
-    return false;
 }
 
 // Two 16-bit fields of the record joined as high and low half of one parameter value.

@@ -79,6 +79,7 @@ SimProcess::SimProcess(const std::vector<std::string>& args) {
 SimProcess::~SimProcess() {
     if (m_pid <= 0) return;
     ::kill(m_pid, SIGTERM);
+    ::kill(m_pid, SIGCONT);  // a frozen simulator takes the signal at once
     const auto deadline = Clock::now() + std::chrono::seconds(5);
     while (::waitpid(m_pid, nullptr, WNOHANG) == 0) {  // 0: still running
         if (MsLeft(deadline) == 0) ::kill(m_pid, SIGKILL);

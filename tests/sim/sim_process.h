@@ -2,6 +2,7 @@
 #ifndef ZP_TESTS_SIM_PROCESS_H
 #define ZP_TESTS_SIM_PROCESS_H
 
+#include <signal.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -21,6 +22,10 @@ public:
     SimProcess& operator=(const SimProcess&) = delete;
 
     bool Ready() const { return m_ready; }
+    // Stops the simulator where it is (SIGSTOP): a camera switched off, silent without refusing.
+    void Freeze() const {
+        if (m_pid > 0) ::kill(m_pid, SIGSTOP);
+    }
 
 private:
     pid_t m_pid = -1;
